@@ -1,0 +1,85 @@
+# Small helpers so that every library, test and benchmark is declared the same way.
+include_guard(GLOBAL)
+include(GenerateExportHeader)
+include(CMakeParseArguments)
+
+# The reviewed warning list; -Werror comes with VX_WERROR (the test command sets it).
+function(vx_set_warnings target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wmissing-declarations -Woverloaded-virtual
+    -Wzero-as-null-pointer-constant -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual
+    -Wformat=2 -Wundef -Wimplicit-fallthrough -Wdouble-promotion
+    -Wsuggest-override -Wunused -Wconversion -Wsign-conversion)
+  if(VX_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# Sanitizers apply to everything built, so that the instrumented libraries and tests agree.
+if(VX_SANITIZE)
+  add_compile_options(-fsanitize=${VX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VX_SANITIZE})
+endif()
+
+# vx_add_library(<name> SOURCES ... [INCLUDE_DIR dir] [PUBLIC_DEPS ...] [PRIVATE_DEPS ...])
+# A shared library with hidden symbols, a generated <name>_export.h with the macro
+# <NAME>_EXPORT, a versioned SONAME, and an install rule for its exported headers.
+function(vx_add_library name)
+  cmake_parse_arguments(ARG "" "INCLUDE_DIR" "SOURCES;PUBLIC_DEPS;PRIVATE_DEPS" ${ARGN})
+  if(NOT ARG_INCLUDE_DIR)
+    set(ARG_INCLUDE_DIR "${CMAKE_CURRENT_SOURCE_DIR}/include")
+  endif()
+  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(VxCameraUtils::${name} ALIAS ${name})
+  vx_configure_library(${name} "${ARG_INCLUDE_DIR}")
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
+  set_property(GLOBAL APPEND PROPERTY VX_PKGCONFIG_LIBS ${name})
+  install(TARGETS ${name} EXPORT VxCameraUtilsTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    INCLUDES DESTINATION ${VX_INSTALL_INCLUDEDIR})
+  install(DIRECTORY "${ARG_INCLUDE_DIR}/" DESTINATION ${VX_INSTALL_INCLUDEDIR}
+    FILES_MATCHING PATTERN "*.h")
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/export/${name}_export.h"
+    DESTINATION ${VX_INSTALL_INCLUDEDIR})
+endfunction()
+
+# Visibility, version, export header and include folders of a library target.
+function(vx_configure_library name include_dir)
+  string(TOUPPER ${name} upper)
+  set_target_properties(${name} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  generate_export_header(${name} BASE_NAME ${upper}
+    EXPORT_FILE_NAME "${CMAKE_CURRENT_BINARY_DIR}/export/${name}_export.h")
+  target_include_directories(${name} PUBLIC
+    "$<BUILD_INTERFACE:${include_dir}>"
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/export>"
+    "$<INSTALL_INTERFACE:${VX_INSTALL_INCLUDEDIR}>")
+  vx_set_warnings(${name})
+endfunction()
+
+# vx_add_test(<name> SOURCES ... [LIBS ...]): a Google Test program, its tests known to ctest.
+function(vx_add_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
+  target_compile_definitions(${name} PRIVATE
+    VX_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VX_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  vx_set_warnings(${name})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT "VX_LANG=en")
+endfunction()
+
+# vx_add_benchmark(<name> SOURCES ... [LIBS ...]): a Google Benchmark program.
+function(vx_add_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  find_package(benchmark REQUIRED)
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark_main)
+  vx_set_warnings(${name})
+endfunction()
