@@ -51,6 +51,7 @@ function(vx_configure_library name include_dir)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON
+    INSTALL_RPATH "$ORIGIN"
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
   generate_export_header(${name} BASE_NAME ${upper}
@@ -62,9 +63,10 @@ function(vx_configure_library name include_dir)
   vx_set_warnings(${name})
 endfunction()
 
-# vx_add_test(<name> SOURCES ... [LIBS ...]): a Google Test program, its tests known to ctest.
+# vx_add_test(<name> SOURCES ... [LIBS ...] [LABELS ...]): a Google Test program, its tests
+# known to ctest. The label "concurrency" marks the tests that a ThreadSanitizer build runs.
 function(vx_add_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
@@ -72,7 +74,7 @@ function(vx_add_test name)
     VX_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VX_BINARY_DIR="${PROJECT_BINARY_DIR}")
   vx_set_warnings(${name})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-    PROPERTIES ENVIRONMENT "VX_LANG=en")
+    PROPERTIES ENVIRONMENT "VX_LANG=en" LABELS "${ARG_LABELS}")
 endfunction()
 
 # vx_add_benchmark(<name> SOURCES ... [LIBS ...]): a Google Benchmark program.

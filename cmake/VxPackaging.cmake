@@ -22,9 +22,12 @@ install(FILES
 
 # The libraries a pkg-config user links, the system first and its host libraries after it.
 get_property(VX_PC_LIBS GLOBAL PROPERTY VX_PKGCONFIG_LIBS)
+list(REMOVE_DUPLICATES VX_PC_LIBS)
 list(REVERSE VX_PC_LIBS)
 list(TRANSFORM VX_PC_LIBS PREPEND "-l")
 list(JOIN VX_PC_LIBS " " VX_PC_LIBS)
+# The .pc file finds the prefix relative to itself, so an installed tree may be moved.
+file(RELATIVE_PATH VX_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/VxCameraUtils.pc.in"
   "${PROJECT_BINARY_DIR}/VxCameraUtils.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/VxCameraUtils.pc"

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# The shared library exports its start and stop under their plain names and hides its
+# private units: the module object, the enumeration tables and the conversion templates.
+set -euo pipefail
+lib=$1
+symbols=$(nm -D --defined-only "$lib" | c++filt)
+status=0
+for name in Init_VxCameraUtils Deinit_VxCameraUtils; do
+  if ! nm -D --defined-only "$lib" | grep -Eq " T ${name}\$"; then
+    echo "missing unmangled export: $name" >&2
+    status=1
+  fi
+done
+for private in VxModule_Initializer CameraTypeTable DigitalCameraOriginTable \
+  CameraDistortionTypeTable CameraDistortionDirectionTable ResolutionUnitsTable CamRotateTable \
+  TransformTypeTable EnumToTextE_do TextToEnumE_do UserTextOf SaveDistortionTable \
+  LoadDistortionTable LoadMarksE; do
+  if grep -q "$private" <<<"$symbols"; then
+    echo "private name exported: $(grep "$private" <<<"$symbols" | head -n 1)" >&2
+    status=1
+  fi
+done
+# The public interface is there: one conversion, one user text, one record method.
+for public in 'CameraTypeToTextE' 'CamRotateToUserText' 'TVxCameraInfo::operator=='; do
+  grep -q "$public" <<<"$symbols" || { echo "missing export: $public" >&2; status=1; }
+done
+exit $status

@@ -1,0 +1,15 @@
+// A user of the installed library: starts it, reads a user text and the DMC default, stops it.
+#include <iostream>
+
+#include "VxCameraInfo.h"
+#include "VxCameraUtils.h"
+
+int main() {
+  Init_VxCameraUtils();
+  const TVxCameraInfo dmc = CreateDefaultDMCCamera();
+  const std::string type = CameraTypeToUserText(dmc.cameraType);
+  Deinit_VxCameraUtils();
+  if (type.empty() || dmc.sensorDims.y != 13824) return 1;
+  std::cout << dmc.name << ": " << type << '\n';
+  return 0;
+}
