@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -15,7 +14,7 @@
 namespace {
 
 std::set<std::string> KeysNamedInSources() {
-  const std::regex keyLiteral(R"re("(global\.[A-Za-z0-9_]+)")re");
+  const std::string opening = "\"global.";
   std::set<std::string> keys;
   for (const auto& entry :
        std::filesystem::recursive_directory_iterator(std::string(VX_SOURCE_DIR) + "/src")) {
@@ -24,9 +23,11 @@ std::set<std::string> KeysNamedInSources() {
     std::stringstream text;
     text << in.rdbuf();
     const std::string content = text.str();
-    for (std::sregex_iterator it(content.begin(), content.end(), keyLiteral), end; it != end;
-         ++it) {
-      keys.insert((*it)[1]);
+    // Every string literal that starts with "global. is a key; it ends at the next quote.
+    for (auto at = content.find(opening); at != std::string::npos;
+         at = content.find(opening, at + 1)) {
+      const auto close = content.find('"', at + 1);
+      if (close != std::string::npos) keys.insert(content.substr(at + 1, close - at - 1));
     }
   }
   return keys;
