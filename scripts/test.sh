@@ -1,22 +1,31 @@
 #!/usr/bin/env bash
-# The whole test suite: installs what is missing, then builds and tests twice, once plainly
-# and once under AddressSanitizer and UndefinedBehaviorSanitizer, warnings as errors in both.
+# The whole test suite: installs what is missing, then builds and tests
+#   1. plainly, warnings as errors (with the packaging checks);
+#   2. under ThreadSanitizer, the tests labelled "concurrency";
+#   3. under AddressSanitizer and UndefinedBehaviorSanitizer, every test.
 # Ends with ctest's summary of the last run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 
 jobs=$(nproc)
-run_suite() {
+configure_and_build() {
   local dir=$1
   shift
   cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVX_WERROR=ON "$@" >/dev/null
   cmake --build "$dir" -j "$jobs"
-  ctest --test-dir "$dir" -j "$jobs" --output-on-failure
 }
 
 echo "== plain build"
-run_suite build/test
-echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
+configure_and_build build/test
+ctest --test-dir build/test -j "$jobs" --output-on-failure
+
+echo "== ThreadSanitizer build: concurrency tests"
+configure_and_build build/tsan -DVX_SANITIZE=thread -DVX_BUILD_BENCHMARKS=OFF
+TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
+  ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L concurrency
+
+echo "== AddressSanitizer + UndefinedBehaviorSanitizer build: every test"
+configure_and_build build/asan -DVX_SANITIZE=address,undefined -DVX_BUILD_BENCHMARKS=OFF
 ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-  run_suite build/asan -DVX_SANITIZE=address,undefined -DVX_BUILD_BENCHMARKS=OFF
+  ctest --test-dir build/asan -j "$jobs" --output-on-failure
