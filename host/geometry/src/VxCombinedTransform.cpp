@@ -1,0 +1,50 @@
+#include "VxCombinedTransform.h"
+
+#include <algorithm>
+#include <cassert>
+
+#include "VxInverseSolver.h"
+
+TCombinedTransform::TCombinedTransform(const TCombinedTransform& other) : TVx2DTransform(other) {
+  members_.reserve(other.members_.size());
+  for (const auto& member : other.members_) members_.push_back(member->Clone());
+}
+
+void TCombinedTransform::AddTransform(const TVx2DTransform& transform) {
+  members_.push_back(transform.Clone());
+}
+
+const TVx2DTransform& TCombinedTransform::Item(std::size_t i) const {
+  assert(i < members_.size());
+  return *members_[i];
+}
+
+std::unique_ptr<TVx2DTransform> TCombinedTransform::Clone() const {
+  return std::unique_ptr<TVx2DTransform>(new TCombinedTransform(*this));
+}
+
+std::size_t TCombinedTransform::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
+                                                std::size_t n) const {
+  if (members_.empty()) {
+    if (in != out) std::copy(in, in + n, out);
+  } else {
+    members_.front()->TransformPoints(in, out, n);
+    for (std::size_t m = 1; m < members_.size(); ++m) members_[m]->TransformPoints(out, out, n);
+  }
+  return vx_geometry_detail::CountNaNPoints(out, n);
+}
+
+const char* TCombinedTransform::Name() const {
+  return "combined";
+}
+
+bool TCombinedTransform::IsIdentity() const {
+  return std::all_of(members_.begin(), members_.end(),
+                     [](const auto& member) { return member->IsIdentity(); });
+}
+
+vec_t_<double, 2> TCombinedTransform::TransformPoint(const vec_t_<double, 2>& p) const {
+  vec_t_<double, 2> q = p;
+  for (const auto& member : members_) q = member->TransformPoint(q);
+  return q;
+}

@@ -1,0 +1,141 @@
+#include "VxDirectedDistortion.h"
+
+#include <array>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "VxInverseSolver.h"
+#include "VxSpline.h"
+
+struct TDirectedDistortion::TProfile {
+  vx_geometry_detail::TProfileSpline radial;  // one column per direction
+  vx_geometry_detail::TPeriodicSpline angular;
+};
+
+namespace {
+
+constexpr double kFullTurn = 6.283185307179586;
+
+[[noreturn]] void Reject(const std::string& what) {
+  throw std::invalid_argument("TDirectedDistortion: " + what);
+}
+
+void Check(const TDirectedDistortion::TDirectedData& data) {
+  const auto& angles = data.angles;
+  for (std::size_t j = 0; j < angles.size(); ++j) {
+    if (!std::isfinite(angles[j])) Reject("angle " + std::to_string(j) + " is not finite");
+    if (j > 0 && !(angles[j] > angles[j - 1])) {
+      Reject("angle " + std::to_string(j) + " (" + std::to_string(angles[j]) +
+             ") does not follow the angle before it in ascending order");
+    }
+  }
+  if (!angles.empty() && !(angles.back() - angles.front() < kFullTurn)) {
+    Reject("the angles span a full turn or more");
+  }
+  if (!data.table.empty() && angles.empty()) Reject("the table has rows but there are no angles");
+  for (std::size_t i = 0; i < data.table.size(); ++i) {
+    const auto& item = data.table[i];
+    const std::string row = "row " + std::to_string(i);
+    if (item.dr.size() != angles.size()) {
+      Reject(row + " has " + std::to_string(item.dr.size()) + " values for " +
+             std::to_string(angles.size()) + " angles");
+    }
+    if (!std::isfinite(item.r) || item.r < 0.0) {
+      Reject(row + " has radius " + std::to_string(item.r) +
+             "; radii must be finite and not negative");
+    }
+    for (double v : item.dr) {
+      if (!std::isfinite(v)) Reject(row + " has a value that is not finite");
+    }
+  }
+}
+
+struct TDirectedKernel {
+  double cx;
+  double cy;
+  const vx_geometry_detail::TProfileSpline* radial;
+  const vx_geometry_detail::TPeriodicSpline* angular;
+
+  // The radial displacement at radius r in direction t. Up to 16 directions are interpolated
+  // without allocation; more take a vector.
+  double RadialDisplacement(double r, double t) const {
+    const std::size_t n = radial->Columns();
+    if (n == 0) return 0.0;
+    std::array<double, 16> small{};
+    std::vector<double> large;
+    double* values = small.data();
+    if (n > small.size()) {
+      large.resize(n);
+      values = large.data();
+    }
+    radial->Evaluate(r, values);
+    return angular->Evaluate(t, values);
+  }
+
+  void Displace(double px, double py, double& dx, double& dy) const {
+    const double x = px - cx;
+    const double y = py - cy;
+    const double r = std::sqrt(x * x + y * y);
+    if (r == 0.0) {
+      dx = 0.0;
+      dy = 0.0;
+      return;
+    }
+    const double dr = RadialDisplacement(r, std::atan2(y, x));
+    dx = dr * x / r;
+    dy = dr * y / r;
+  }
+};
+
+}  // namespace
+
+TDirectedDistortion::TDirectedDistortion(const TDirectedData& data, bool inverse)
+    : data_(data), inverse_(inverse) {
+  Check(data_);
+  const std::size_t columns = data_.angles.size();
+  std::vector<double> radii;
+  std::vector<double> values;
+  radii.reserve(data_.table.size());
+  values.reserve(data_.table.size() * columns);
+  for (const auto& item : data_.table) {
+    radii.push_back(item.r);
+    values.insert(values.end(), item.dr.begin(), item.dr.end());
+  }
+  auto profile = std::make_shared<TProfile>();
+  profile->radial = vx_geometry_detail::TProfileSpline(radii, values, columns);
+  profile->angular = vx_geometry_detail::TPeriodicSpline(data_.angles);
+  profile_ = std::move(profile);
+}
+
+double TDirectedDistortion::RadialDisplacement(double r, double t) const {
+  const TDirectedKernel kernel{data_.centre.x, data_.centre.y, &profile_->radial,
+                               &profile_->angular};
+  return kernel.RadialDisplacement(r, t);
+}
+
+std::unique_ptr<TVx2DTransform> TDirectedDistortion::Clone() const {
+  return std::unique_ptr<TVx2DTransform>(new TDirectedDistortion(*this));
+}
+
+std::size_t TDirectedDistortion::TransformPoints(const vec_t_<double, 2>* in,
+                                                 vec_t_<double, 2>* out, std::size_t n) const {
+  const TDirectedKernel kernel{data_.centre.x, data_.centre.y, &profile_->radial,
+                               &profile_->angular};
+  return vx_geometry_detail::MapPoints(kernel, inverse_, in, out, n);
+}
+
+const char* TDirectedDistortion::Name() const {
+  return "directed table distortion";
+}
+
+bool TDirectedDistortion::IsIdentity() const {
+  return profile_->radial.IsZero();
+}
+
+vec_t_<double, 2> TDirectedDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
+  const TDirectedKernel kernel{data_.centre.x, data_.centre.y, &profile_->radial,
+                               &profile_->angular};
+  return inverse_ ? vx_geometry_detail::InversePoint(kernel, p)
+                  : vx_geometry_detail::ForwardPoint(kernel, p);
+}
