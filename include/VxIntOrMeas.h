@@ -48,3 +48,38 @@ VXCAMERAUTILS_EXPORT TTransformType TextToTransformTypeE(const std::string& text
 // Localised names: the rotation 0 has a text of its own ("not set"); "???" outside the table.
 VXCAMERAUTILS_EXPORT std::string CamRotateToUserText(TCamRotate value);
 VXCAMERAUTILS_EXPORT std::string TransformTypeToUserText(TTransformType value);
+
+// The interior orientation measurements of one image. A plain value: callers fill the fields.
+class VXCAMERAUTILS_EXPORT TVxIntOrMeas {
+ public:
+  // One measured mark.
+  struct TMarkMeas {
+    // The mark's number; for a Fiducials camera the index of one of the camera's fiducials.
+    std::int32_t index = 0;
+    // Measured position on the image, pixels.
+    vec_t_<double, 2> coordsPix;
+    // Residual after the transform fit, pixels; (0, 0) when not known. Fiducials only.
+    vec_t_<double, 2> residualsPix;
+  };
+
+  TCameraType cameraType = static_cast<TCameraType>(0);  // 0 = not measured
+  std::vector<TMarkMeas> marks;                          // in the order added or read
+  vec_t_<double, 2> scanResolution;  // x, y in `resolutionUnits`; PrincipalPoint and Cross only
+  TResolutionUnits resolutionUnits = TResolutionUnits::Mm;
+  TCamRotate rotation = static_cast<TCamRotate>(0);  // 0 = not set
+  TTransformType transformType = TTransformType::Affine;
+
+  // Whether the measurements are consistent with the camera: a measured type, the camera's
+  // type, not more marks than the type has (PrincipalPoint 1, Cross and CalibratedCross 4,
+  // Digital 0) and, for Fiducials, only marks the camera knows. On failure, and if `message` is
+  // not null, replaces `*message` with the localised reason. Never throws for bad data.
+  bool Verify(const TVxCameraInfo& camera, std::string* message) const;
+
+  // Whether the image can be oriented: Verify, then enough marks (exactly the type's number; for
+  // Fiducials at least 2 distinct camera fiducials), the rotation for PrincipalPoint and Digital,
+  // a positive scan resolution with its unit for PrincipalPoint and Cross. On failure replaces
+  // `*message` with the localised reason. A Fiducials record that misses some of the camera's
+  // marks is ready, and `*message` then holds the warning that not all were measured; otherwise
+  // a ready record leaves `*message` as it was.
+  bool IntOrReady(const TVxCameraInfo& camera, std::string* message) const;
+};
