@@ -1,0 +1,687 @@
+#include "VxXIniReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <istream>
+#include <limits>
+#include <streambuf>
+#include <string>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include <yaml-cpp/eventhandler.h>
+#include <yaml-cpp/exceptions.h>
+#include <yaml-cpp/mark.h>
+#include <yaml-cpp/parser.h>
+
+#include "XIniNumbers.h"
+
+namespace {
+
+constexpr std::uint32_t kNoSection = std::numeric_limits<std::uint32_t>::max();
+
+struct TEntry {
+  std::string name;
+  std::string value;                   // the text of a value entry
+  std::uint32_t section = kNoSection;  // index of the subsection, or kNoSection for a value
+  std::uint32_t line = 0;              // 1-based place of the value or of the section's start
+  std::uint32_t column = 0;
+  bool plain = false;  // an unquoted scalar: the only kind that may be read as a number
+
+  bool IsSection() const { return section != kNoSection; }
+};
+
+struct TSection {
+  std::vector<TEntry> entries;
+  std::uint32_t line = 0;  // 0: the root section of an empty document, which has no place
+  std::uint32_t column = 0;
+};
+
+std::uint32_t OneBased(int zeroBased) {
+  return zeroBased < 0 ? 0 : static_cast<std::uint32_t>(zeroBased) + 1;
+}
+
+// "name", or "[i]" for an unnamed entry at position i.
+std::string PathComponent(const std::string& name, std::uint64_t position) {
+  return name.empty() ? "[" + std::to_string(position) + "]" : name;
+}
+
+std::string JoinPath(const std::string& parent, const std::string& component) {
+  return parent.empty() ? component : parent + "/" + component;
+}
+
+// A value as it appears in a message: quoted, special characters escaped, long ones shortened.
+std::string Quote(const std::string& value) {
+  constexpr std::size_t kMaxShown = 80;
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out = "'";
+  for (std::size_t i = 0; i < value.size() && i < kMaxShown; ++i) {
+    const auto byte = static_cast<unsigned char>(value[i]);
+    if (value[i] == '\n') {
+      out += "\\n";
+    } else if (byte < 0x20 || byte == 0x7F) {
+      out += "\\x";
+      out += kHex[byte >> 4];
+      out += kHex[byte & 0x0F];
+    } else {
+      out += value[i];
+    }
+  }
+  if (value.size() > kMaxShown) {
+    out += "...";
+  }
+  return out + "'";
+}
+
+// A stream over the caller's text, so that the parser reads it without a copy.
+class TViewBuffer final : public std::streambuf {
+ public:
+  explicit TViewBuffer(std::string_view text) {
+    // The parser only reads; std::streambuf wants mutable pointers all the same.
+    char* begin = const_cast<char*>(text.data());
+    setg(begin, begin, begin + text.size());
+  }
+};
+
+// Raised inside the event handler; turned into the reader's error with the source name.
+struct TParseFailure {
+  YAML::Mark mark;
+  std::string keyPath;
+  std::string problem;
+};
+
+// Builds the tree from the parser's events and refuses what a settings file may not hold.
+class TTreeBuilder final : public YAML::EventHandler {
+ public:
+  explicit TTreeBuilder(std::vector<TSection>& sections) : sections_(sections) {}
+
+  // The key path of the place the parser has reached, for messages.
+  std::string CurrentPath() const {
+    std::string path;
+    for (std::size_t i = 1; i < stack_.size(); ++i) {
+      path = JoinPath(path, stack_[i].component);
+    }
+    if (!stack_.empty() && stack_.back().mapping && !stack_.back().expectKey) {
+      path = JoinPath(path, stack_.back().key);
+    }
+    return path;
+  }
+
+  void OnDocumentStart(const YAML::Mark& mark) override {
+    if (++documents_ > 1) {
+      Fail(mark, "a settings file holds one document; a second one starts here");
+    }
+  }
+  void OnDocumentEnd() override {}
+
+  void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+    CheckAnchor(mark, anchor);
+    if (stack_.empty()) {
+      return;  // an empty document: an empty root section
+    }
+    if (ExpectsKey()) {
+      Fail(mark, "a key must be a text, found nothing");
+    }
+    AddEntry(mark, std::string(), kNoSection, true);
+  }
+
+  void OnAlias(const YAML::Mark& mark, YAML::anchor_t /*anchor*/) override {
+    Fail(mark, "aliases (*name) are not allowed in settings files");
+  }
+
+  void OnAnchor(const YAML::Mark& mark, const std::string& /*name*/) override {
+    Fail(mark, "anchors (&name) are not allowed in settings files");
+  }
+
+  void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                const std::string& value) override {
+    CheckAnchor(mark, anchor);
+    // Untagged scalars come as "?" (plain) or "!" (quoted or block).
+    if (tag != "?" && tag != "!") {
+      Fail(mark, "tags (" + tag + ") are not allowed in settings files");
+    }
+    if (stack_.empty()) {
+      Fail(mark, "a settings file must hold keys or a list, not a single value");
+    }
+    if (ExpectsKey()) {
+      TFrame& frame = stack_.back();
+      CheckNewKey(mark, value);
+      frame.key = value;
+      frame.expectKey = false;
+      return;
+    }
+    AddEntry(mark, value, kNoSection, tag == "?");
+  }
+
+  void OnSequenceStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                       YAML::EmitterStyle::value /*style*/) override {
+    StartSection(mark, tag, anchor, false);
+  }
+  void OnSequenceEnd() override { stack_.pop_back(); }
+
+  void OnMapStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                  YAML::EmitterStyle::value /*style*/) override {
+    StartSection(mark, tag, anchor, true);
+  }
+  void OnMapEnd() override { stack_.pop_back(); }
+
+ private:
+  struct TFrame {
+    std::uint32_t section = 0;
+    bool mapping = false;
+    bool expectKey = true;
+    std::string key;                       // the key whose value comes next
+    std::string component;                 // this section's name in the key path
+    std::unordered_set<std::string> keys;  // the keys so far, once the mapping grows large
+  };
+
+  // Below this many keys a repeated key is found by looking through the entries.
+  static constexpr std::size_t kLinearKeySearch = 16;
+
+  [[noreturn]] void Fail(const YAML::Mark& mark, const std::string& problem) const {
+    throw TParseFailure{mark, CurrentPath(), problem};
+  }
+
+  void CheckAnchor(const YAML::Mark& mark, YAML::anchor_t anchor) const {
+    if (anchor != YAML::NullAnchor) {
+      Fail(mark, "anchors (&name) are not allowed in settings files");
+    }
+  }
+
+  bool ExpectsKey() const { return stack_.back().mapping && stack_.back().expectKey; }
+
+  void CheckNewKey(const YAML::Mark& mark, const std::string& key) {
+    TFrame& frame = stack_.back();
+    std::vector<TEntry>& entries = sections_[frame.section].entries;
+    bool repeated = false;
+    if (entries.size() < kLinearKeySearch) {
+      for (const TEntry& entry : entries) {
+        repeated = repeated || entry.name == key;
+      }
+    } else {
+      if (frame.keys.empty()) {
+        for (const TEntry& entry : entries) {
+          frame.keys.insert(entry.name);
+        }
+      }
+      repeated = !frame.keys.insert(key).second;
+    }
+    if (repeated) {
+      frame.expectKey = false;
+      frame.key = key;
+      Fail(mark, "the key " + Quote(key) + " appears twice in this section");
+    }
+  }
+
+  void StartSection(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                    bool mapping) {
+    CheckAnchor(mark, anchor);
+    if (tag != "?") {
+      Fail(mark, "tags (" + tag + ") are not allowed in settings files");
+    }
+    if (!stack_.empty() && ExpectsKey()) {
+      Fail(mark, "a key must be a text, found a " + std::string(mapping ? "mapping" : "list"));
+    }
+    // The root section has depth 0; stack_.size() is the depth of the section starting here.
+    if (stack_.size() > static_cast<std::size_t>(kVxXIniMaxDepth)) {
+      Fail(mark, "sections nest deeper than " + std::to_string(kVxXIniMaxDepth) + " levels");
+    }
+    std::uint32_t index = 0;
+    std::string component;
+    if (stack_.empty()) {
+      sections_.at(0).line = OneBased(mark.line);
+      sections_.at(0).column = OneBased(mark.column);
+    } else {
+      index = static_cast<std::uint32_t>(sections_.size());
+      component = PathComponent(stack_.back().mapping ? stack_.back().key : std::string(),
+                                sections_[stack_.back().section].entries.size());
+      AddEntry(mark, std::string(), index, false);
+      sections_.emplace_back();
+      sections_.back().line = OneBased(mark.line);
+      sections_.back().column = OneBased(mark.column);
+    }
+    TFrame frame;
+    frame.section = index;
+    frame.mapping = mapping;
+    frame.component = std::move(component);
+    stack_.push_back(std::move(frame));
+  }
+
+  void AddEntry(const YAML::Mark& mark, const std::string& value, std::uint32_t section,
+                bool plain) {
+    if (++entryCount_ > kVxXIniMaxEntries) {
+      Fail(mark, "more than " + std::to_string(kVxXIniMaxEntries) + " entries");
+    }
+    TFrame& frame = stack_.back();
+    TEntry entry;
+    if (frame.mapping) {
+      entry.name = std::move(frame.key);
+      frame.key.clear();
+      frame.expectKey = true;
+    }
+    entry.value = value;
+    entry.section = section;
+    entry.line = OneBased(mark.line);
+    entry.column = OneBased(mark.column);
+    entry.plain = plain;
+    sections_[frame.section].entries.push_back(std::move(entry));
+  }
+
+  std::vector<TSection>& sections_;
+  std::vector<TFrame> stack_;
+  int documents_ = 0;
+  std::uint64_t entryCount_ = 0;
+};
+
+}  // namespace
+
+struct TVxXIniReader::Impl {
+  struct TOpen {
+    std::uint32_t section = 0;
+    TVxXIniSectionHandle handle = 0;
+    std::string path;  // key path of this section
+  };
+
+  std::string source;
+  std::vector<TSection> sections;  // [0] is the root section
+  std::vector<TOpen> open;         // [0] is the root section, never left
+  TVxXIniSectionHandle nextHandle = 1;
+  std::uint64_t operations = 0;
+  std::uint64_t failAt = 0;
+
+  const TSection& Current() const { return sections[open.back().section]; }
+  const std::string& Path() const { return open.back().path; }
+
+  [[noreturn]] void Throw(std::uint32_t line, std::uint32_t column, const std::string& keyPath,
+                          const std::string& problem) const {
+    throw TVxXIniReadError(source, line, column, keyPath, problem);
+  }
+  // An error about the current section as a whole (where a key is missing, for example).
+  [[noreturn]] void ThrowAtSection(const std::string& keyPath, const std::string& problem) const {
+    Throw(Current().line, Current().column, keyPath, problem);
+  }
+  [[noreturn]] void ThrowAtEntry(TVxXIniPosition position, const std::string& problem) const {
+    const TEntry& entry = Current().entries[position];
+    Throw(entry.line, entry.column, EntryPath(position), problem);
+  }
+
+  std::string EntryPath(TVxXIniPosition position) const {
+    return JoinPath(Path(), PathComponent(Current().entries[position].name, position));
+  }
+
+  // Counts one operation and fails it if it is the one chosen for failure.
+  void Count() {
+    if (++operations == failAt) {
+      ThrowAtSection(Path(), "injected failure (operation " + std::to_string(operations) + ")");
+    }
+  }
+
+  bool Has(TVxXIniPosition position) const { return position < Current().entries.size(); }
+
+  TVxXIniPosition Find(const std::string& name, TVxXIniPosition from) const {
+    const std::vector<TEntry>& entries = Current().entries;
+    for (TVxXIniPosition i = from; i < entries.size(); ++i) {
+      if (entries[i].name == name) {
+        return i;
+      }
+    }
+    return kVxXIniNotFound;
+  }
+
+  TVxXIniPosition FindE(const std::string& name, TVxXIniPosition from) const {
+    const TVxXIniPosition position = Find(name, from);
+    if (position == kVxXIniNotFound) {
+      ThrowAtSection(JoinPath(Path(), name), "missing key");
+    }
+    return position;
+  }
+
+  // The text of the value at an existing position; throws if it is a section.
+  const TEntry& Value(TVxXIniPosition position) const {
+    const TEntry& entry = Current().entries[position];
+    if (entry.IsSection()) {
+      ThrowAtEntry(position, "expected a value, found a section");
+    }
+    return entry;
+  }
+
+  void RequireEntry(TVxXIniPosition position) const {
+    if (!Has(position)) {
+      ThrowAtSection(Path(), position == kVxXIniNotFound
+                                 ? std::string("no such entry")
+                                 : "no entry at position " + std::to_string(position));
+    }
+  }
+
+  template <class T>
+  T Convert(TVxXIniPosition position) const;
+
+  void RequireNumber(TVxXIniPosition position, vx_xini::TParseResult result, const char* expected,
+                     const char* range) const {
+    const TEntry& entry = Current().entries[position];
+    if (!entry.plain) {
+      ThrowAtEntry(position, "invalid value " + Quote(entry.value) + " (expected " + expected +
+                                 ", found a quoted text)");
+    }
+    if (result == vx_xini::TParseResult::Invalid) {
+      ThrowAtEntry(position,
+                   "invalid value " + Quote(entry.value) + " (expected " + expected + ")");
+    }
+    if (result == vx_xini::TParseResult::OutOfRange) {
+      ThrowAtEntry(position,
+                   "invalid value " + Quote(entry.value) + " (out of range for " + range + ")");
+    }
+  }
+
+  TVxXIniSectionHandle Enter(TVxXIniPosition position) {
+    const TEntry& entry = Current().entries[position];
+    TOpen next;
+    next.section = entry.section;
+    next.handle = nextHandle++;
+    next.path = EntryPath(position);
+    open.push_back(std::move(next));
+    return open.back().handle;
+  }
+
+  // Index in `open` of the section with this handle, or 0 if it is not open.
+  std::size_t OpenIndex(TVxXIniSectionHandle handle) const {
+    for (std::size_t i = open.size(); i-- > 1;) {
+      if (open[i].handle == handle) {
+        return i;
+      }
+    }
+    return 0;
+  }
+};
+
+template <>
+int TVxXIniReader::Impl::Convert<int>(TVxXIniPosition position) const {
+  int value = 0;
+  const auto result = vx_xini::ParseInt(Value(position).value, value);
+  RequireNumber(position, result, "an integer", "an integer");
+  return value;
+}
+
+template <>
+unsigned long TVxXIniReader::Impl::Convert<unsigned long>(TVxXIniPosition position) const {
+  unsigned long value = 0;
+  const auto result = vx_xini::ParseUnsigned(Value(position).value, value);
+  RequireNumber(position, result, "an unsigned integer", "an unsigned integer");
+  return value;
+}
+
+template <>
+double TVxXIniReader::Impl::Convert<double>(TVxXIniPosition position) const {
+  double value = 0.0;
+  const auto result = vx_xini::ParseDouble(Value(position).value, value);
+  RequireNumber(position, result, "a number", "a double");
+  return value;
+}
+
+template <>
+std::string TVxXIniReader::Impl::Convert<std::string>(TVxXIniPosition position) const {
+  return Value(position).value;
+}
+
+std::unique_ptr<TVxXIniReader> TVxXIniReader::FromText(std::string_view text,
+                                                       std::string sourceName) {
+  if (text.size() > kVxXIniMaxTextSize) {
+    throw TVxXIniReadError(
+        sourceName, 0, 0, std::string(),
+        "the text is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes");
+  }
+  auto impl = std::make_unique<Impl>();
+  impl->source = std::move(sourceName);
+  impl->sections.emplace_back();
+  TViewBuffer buffer(text);
+  std::istream stream(&buffer);
+  TTreeBuilder builder(impl->sections);
+  try {
+    YAML::Parser parser(stream);
+    while (parser.HandleNextDocument(builder)) {
+    }
+  } catch (const TParseFailure& failure) {
+    throw TVxXIniReadError(impl->source, OneBased(failure.mark.line), OneBased(failure.mark.column),
+                           failure.keyPath, failure.problem);
+  } catch (const YAML::Exception& error) {
+    // The parser's own message, without its "yaml-cpp: error at line..." preamble.
+    const bool located = !error.mark.is_null();
+    throw TVxXIniReadError(impl->source, located ? OneBased(error.mark.line) : 0,
+                           located ? OneBased(error.mark.column) : 0, builder.CurrentPath(),
+                           error.msg);
+  }
+  Impl::TOpen root;
+  impl->open.push_back(std::move(root));
+  return std::unique_ptr<TVxXIniReader>(new TVxXIniReader(std::move(impl)));
+}
+
+std::unique_ptr<TVxXIniReader> TVxXIniReader::FromFile(const std::string& path) {
+  const auto fail = [&path](const std::string& what) {
+    const std::string reason = std::generic_category().message(errno);
+    throw TVxXIniReadError(path, 0, 0, std::string(), what + ": " + reason);
+  };
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    fail("cannot open the file");
+  }
+  std::string text;
+  struct stat info {};
+  bool ok = ::fstat(fd, &info) == 0;
+  if (ok && S_ISDIR(info.st_mode)) {
+    ::close(fd);
+    throw TVxXIniReadError(path, 0, 0, std::string(), "cannot read the file: it is a folder");
+  }
+  char chunk[65536];
+  while (ok) {
+    const ssize_t got = ::read(fd, chunk, sizeof chunk);
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got <= 0) {
+      ok = got == 0;
+      break;
+    }
+    if (text.size() + static_cast<std::size_t>(got) > kVxXIniMaxTextSize) {
+      ::close(fd);
+      throw TVxXIniReadError(
+          path, 0, 0, std::string(),
+          "the file is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes");
+    }
+    text.append(chunk, static_cast<std::size_t>(got));
+  }
+  if (!ok) {
+    const int saved = errno;
+    ::close(fd);
+    errno = saved;
+    fail("cannot read the file");
+  }
+  ::close(fd);
+  return FromText(text, path);
+}
+
+TVxXIniReader::TVxXIniReader(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+TVxXIniReader::~TVxXIniReader() = default;
+
+TVxXIniPosition TVxXIniReader::FindF(const char* name, TVxXIniPosition from) {
+  return FindF(std::string(name), from);
+}
+
+TVxXIniPosition TVxXIniReader::FindF(const std::string& name, TVxXIniPosition from) {
+  impl_->Count();
+  return impl_->Find(name, from);
+}
+
+TVxXIniPosition TVxXIniReader::FindFE(const char* name, TVxXIniPosition from) {
+  return FindFE(std::string(name), from);
+}
+
+TVxXIniPosition TVxXIniReader::FindFE(const std::string& name, TVxXIniPosition from) {
+  impl_->Count();
+  return impl_->FindE(name, from);
+}
+
+template <>
+int TVxXIniReader::Read<int>(TVxXIniPosition position, const int& defaultValue) {
+  impl_->Count();
+  return impl_->Has(position) ? impl_->Convert<int>(position) : defaultValue;
+}
+
+template <>
+double TVxXIniReader::Read<double>(TVxXIniPosition position, const double& defaultValue) {
+  impl_->Count();
+  return impl_->Has(position) ? impl_->Convert<double>(position) : defaultValue;
+}
+
+template <>
+unsigned long TVxXIniReader::Read<unsigned long>(TVxXIniPosition position,
+                                                 const unsigned long& defaultValue) {
+  impl_->Count();
+  return impl_->Has(position) ? impl_->Convert<unsigned long>(position) : defaultValue;
+}
+
+template <>
+std::string TVxXIniReader::Read<std::string>(TVxXIniPosition position,
+                                             const std::string& defaultValue) {
+  impl_->Count();
+  return impl_->Has(position) ? impl_->Convert<std::string>(position) : defaultValue;
+}
+
+template <>
+int TVxXIniReader::ReadE<int>(TVxXIniPosition position) {
+  impl_->Count();
+  impl_->RequireEntry(position);
+  return impl_->Convert<int>(position);
+}
+
+template <>
+double TVxXIniReader::ReadE<double>(TVxXIniPosition position) {
+  impl_->Count();
+  impl_->RequireEntry(position);
+  return impl_->Convert<double>(position);
+}
+
+template <>
+unsigned long TVxXIniReader::ReadE<unsigned long>(TVxXIniPosition position) {
+  impl_->Count();
+  impl_->RequireEntry(position);
+  return impl_->Convert<unsigned long>(position);
+}
+
+template <>
+std::string TVxXIniReader::ReadE<std::string>(TVxXIniPosition position) {
+  impl_->Count();
+  impl_->RequireEntry(position);
+  return impl_->Convert<std::string>(position);
+}
+
+std::string TVxXIniReader::ReadLongStringS(const char* name, const std::string& defaultValue) {
+  impl_->Count();
+  const TVxXIniPosition position = impl_->Find(name, 0);
+  return position == kVxXIniNotFound ? defaultValue : impl_->Convert<std::string>(position);
+}
+
+std::string TVxXIniReader::ReadLongStringSE(const char* name) {
+  impl_->Count();
+  return impl_->Convert<std::string>(impl_->FindE(name, 0));
+}
+
+void TVxXIniReader::throw_error_valueS(const char* name) {
+  impl_->Count();
+  const TVxXIniPosition position = impl_->Find(name, 0);
+  if (position == kVxXIniNotFound) {
+    impl_->ThrowAtSection(JoinPath(impl_->Path(), name), "invalid value (the key is missing)");
+  }
+  const TEntry& entry = impl_->Current().entries[position];
+  impl_->ThrowAtEntry(position, entry.IsSection() ? std::string("invalid value (a section)")
+                                                  : "invalid value " + Quote(entry.value));
+}
+
+TVxXIniSectionHandle TVxXIniReader::EnterSectionS(const char* name) {
+  impl_->Count();
+  const TVxXIniPosition position = impl_->Find(name, 0);
+  if (position == kVxXIniNotFound || !impl_->Current().entries[position].IsSection()) {
+    return kVxXIniNoSection;
+  }
+  return impl_->Enter(position);
+}
+
+TVxXIniSectionHandle TVxXIniReader::EnterSectionSE(const char* name) {
+  impl_->Count();
+  const TVxXIniPosition position = impl_->Find(name, 0);
+  if (position == kVxXIniNotFound) {
+    impl_->ThrowAtSection(JoinPath(impl_->Path(), name), "missing section");
+  }
+  if (!impl_->Current().entries[position].IsSection()) {
+    impl_->ThrowAtEntry(position, "expected a section, found a value");
+  }
+  return impl_->Enter(position);
+}
+
+bool TVxXIniReader::HasEntry(TVxXIniPosition position) {
+  impl_->Count();
+  return impl_->Has(position);
+}
+
+TVxXIniSectionHandle TVxXIniReader::EnterSectionF(TVxXIniPosition position) {
+  impl_->Count();
+  if (!impl_->Has(position) || !impl_->Current().entries[position].IsSection()) {
+    return kVxXIniNoSection;
+  }
+  return impl_->Enter(position);
+}
+
+TVxXIniSectionHandle TVxXIniReader::EnterSectionFE(TVxXIniPosition position) {
+  impl_->Count();
+  impl_->RequireEntry(position);
+  if (!impl_->Current().entries[position].IsSection()) {
+    impl_->ThrowAtEntry(position, "expected a section, found a value");
+  }
+  return impl_->Enter(position);
+}
+
+void TVxXIniReader::LeaveSection(TVxXIniSectionHandle handle) {
+  impl_->Count();
+  const std::size_t index = impl_->OpenIndex(handle);
+  if (index != 0) {
+    impl_->open.resize(index);
+  }
+}
+
+void TVxXIniReader::LeaveSectionE(TVxXIniSectionHandle handle) {
+  impl_->Count();
+  const std::size_t index = impl_->OpenIndex(handle);
+  if (index == 0) {
+    impl_->ThrowAtSection(impl_->Path(),
+                          "cannot leave section " + std::to_string(handle) + ": it is not open");
+  }
+  impl_->open.resize(index);
+}
+
+std::string TVxXIniReader::NameAt(TVxXIniPosition position) const {
+  impl_->RequireEntry(position);
+  return impl_->Current().entries[position].name;
+}
+
+bool TVxXIniReader::IsSectionAt(TVxXIniPosition position) const {
+  impl_->RequireEntry(position);
+  return impl_->Current().entries[position].IsSection();
+}
+
+std::string TVxXIniReader::CurrentPath() const {
+  return impl_->Path();
+}
+
+void TVxXIniReader::FailAtOperation(std::uint64_t n) {
+  impl_->failAt = n;
+}
+
+std::uint64_t TVxXIniReader::OperationCount() const {
+  return impl_->operations;
+}
