@@ -6,6 +6,7 @@
 // (possibly empty) and either a value (a number or a text) or a subsection. A section whose
 // entries all carry names is a mapping of keys; a section whose entries are all unnamed is a list.
 
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,9 @@ inline constexpr TVxXIniSectionHandle kVxXIniNoSection = 0;
 // Sections nest at most this deep below the root section; deeper files are refused on reading and
 // deeper sections on writing, so that every written file can be read again.
 inline constexpr int kVxXIniMaxDepth = 64;
+// A key is at most 1000 characters long as written in the text, quotes and escapes included (a
+// longer one cannot stand in front of its value in YAML); the writer refuses longer keys.
+inline constexpr std::size_t kVxXIniMaxKeyLength = 1000;
 // A settings text is at most 64 MiB long.
 inline constexpr std::uint64_t kVxXIniMaxTextSize = std::uint64_t{64} << 20;
 // A settings text holds at most this many entries (about 2 million), which bounds the memory a

@@ -128,7 +128,8 @@ class TTreeBuilder final : public YAML::EventHandler {
     if (ExpectsKey()) {
       Fail(mark, "a key must be a text, found nothing");
     }
-    AddEntry(mark, std::string(), kNoSection, true);
+    // The parser places an empty value at the next token; the key is the better place.
+    AddEntry(stack_.back().mapping ? stack_.back().keyMark : mark, std::string(), kNoSection, true);
   }
 
   void OnAlias(const YAML::Mark& mark, YAML::anchor_t /*anchor*/) override {
@@ -153,6 +154,7 @@ class TTreeBuilder final : public YAML::EventHandler {
       TFrame& frame = stack_.back();
       CheckNewKey(mark, value);
       frame.key = value;
+      frame.keyMark = mark;
       frame.expectKey = false;
       return;
     }
@@ -177,6 +179,7 @@ class TTreeBuilder final : public YAML::EventHandler {
     bool mapping = false;
     bool expectKey = true;
     std::string key;                       // the key whose value comes next
+    YAML::Mark keyMark;                    // where that key stands
     std::string component;                 // this section's name in the key path
     std::unordered_set<std::string> keys;  // the keys so far, once the mapping grows large
   };

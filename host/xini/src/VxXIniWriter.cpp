@@ -168,6 +168,12 @@ struct TVxXIniWriter::Impl {
                     (name.empty() ? std::string("an unnamed entry") : "key '" + name + "'") + ")";
       return false;
     }
+    if (vx_xini::ScalarText(name).size() > kVxXIniMaxKeyLength) {
+      lastFailure = SectionLabel(current.path) + ": the key '" + name.substr(0, 40) +
+                    "...' is longer than " + std::to_string(kVxXIniMaxKeyLength) +
+                    " characters as written";
+      return false;
+    }
     if (!name.empty() && !current.names.insert(name).second) {
       lastFailure = SectionLabel(current.path) + " already has the key '" + name + "'";
       return false;
