@@ -123,6 +123,16 @@ class VXCAMERAUTILS_EXPORT TVxCameraDistortion {
   // doubles (-0.0 equals 0.0, NaN equals nothing), `mixed`, `polyK` and `polyP` byte for byte.
   bool operator==(const TVxCameraDistortion& other) const;
 
+  // Writes the model in force into the writer's current section: "type", and unless it is None
+  // "direction", "symmetry_point" and the model's keys. Throws std::runtime_error for a type or
+  // direction outside its enumeration, TVxXIniWriteError when the writer refuses a key.
+  void SaveE(TVxXIniWriter* writer) const;
+  // Reads a distortion from the reader's current section. All or nothing: on any error
+  // (TVxXIniReadError for a missing or bad key, an unknown "type") the record is unchanged. A
+  // stored None leaves the record as it was; reset it first to get None. An unknown or missing
+  // "direction" is CamToMm.
+  void LoadE(TVxXIniReader* reader);
+
   // File text of a direction ("MmToCam"); an unknown value throws std::runtime_error.
   static std::string DirectionToTextE(TDirection value, const char* context);
   // The direction of a file text; CamToMm for an unknown text.
@@ -173,6 +183,20 @@ class VXCAMERAUTILS_EXPORT TVxCameraInfo {
   // Exact equality of every field whatever the camera type; doubles compare as doubles.
   bool operator==(const TVxCameraInfo& other) const;
   bool operator!=(const TVxCameraInfo& other) const { return !(*this == other); }
+
+  // Writes the camera into the writer's current section: "name", "calibration_date",
+  // "description", "focus", "principal_point", the marks of its type in a section "int_or" and
+  // the distortion in a section "distortion". Throws std::runtime_error for an unset or unknown
+  // camera type (after the first five keys) or pixel origin, TVxXIniWriteError when the writer
+  // refuses a key.
+  void SaveE(TVxXIniWriter* writer) const;
+  // Reads a complete camera from the reader's current section. All or nothing: on any error
+  // (TVxXIniReadError naming the key) the record is unchanged.
+  void LoadE(TVxXIniReader* reader);
+  // Reads whatever the section holds, with defaults for what is missing: the record is reset,
+  // made a Digital camera, and filled in place. Returns true. Errors inside a present "int_or" or
+  // "distortion" section still throw, and leave the record partly loaded.
+  bool Load(TVxXIniReader* reader);
 };
 
 // File text of a pixel origin ("LowerLeft"); conversions as for the camera type, except that an
@@ -189,3 +213,35 @@ VXCAMERAUTILS_EXPORT TVxCameraInfo CreateDefaultCamera();
 // A ready digital camera of the DMC model: 120 mm, 7680 x 13824 pixels of 0.012 mm, principal
 // point at the origin, no distortion; name and description in the language of the resources.
 VXCAMERAUTILS_EXPORT TVxCameraInfo CreateDefaultDMCCamera();
+
+// Store and load a camera like any other value of the host's settings code: they forward to
+// TVxCameraInfo::SaveE and TVxCameraInfo::LoadE.
+VXCAMERAUTILS_EXPORT void XIniLoadE(TVxXIniReader* reader, TVxCameraInfo& camera);
+VXCAMERAUTILS_EXPORT void XIniSaveE(TVxXIniWriter* writer, const TVxCameraInfo& camera);
+
+// The image templates of a camera's fiducial marks, for finding the marks by correlation.
+class VXCAMERAUTILS_EXPORT TCameraMarkTemplates {
+ public:
+  struct TMarkTemplate {
+    std::int32_t index = 0;             // the mark's number
+    vec_t_<double, 2> coordsCam;        // the mark's position in the camera system, mm
+    std::string fileName;               // the template image
+    TVxSize2 halfSizeReduced;           // half size of the reduced template, pixels
+    std::uint64_t minCorrHalfSize = 0;  // least half size for correlation; 0 = not set
+  };
+
+  double templatePixelSize = 0.0;     // pixel size of the template images, micrometres
+  vec_t_<double, 2> defaultScanSize;  // mm
+  std::vector<TMarkTemplate> templates;
+
+  // Writes the set into the writer's current section under the keys "TemplatePixelSizeMkm",
+  // "DefaultScanSizeMm" and "MarkTemplates" (elements: "TemplateIndex", "Coords_cam",
+  // "FileName", "HalfSizeReduced", "MinCorrHalfSize" when not 0).
+  void SaveE(TVxXIniWriter* writer) const;
+  // Reads a set from the reader's current section under the lower-case keys
+  // "template_pixel_size_um", "default_scan_size_mm", "mark_templates" (elements:
+  // "template_index", "coords_cam", "filename", "half_size_reduced", optional
+  // "min_corr_half_size"). These are not the names SaveE writes: a set written by SaveE is found
+  // only by a reader that maps the names. All or nothing: on an error the set is unchanged.
+  void LoadE(TVxXIniReader* reader);
+};

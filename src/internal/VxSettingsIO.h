@@ -1,0 +1,76 @@
+#pragma once
+// The patterns every record's SaveE and LoadE repeat: a checked key write, a point written as a
+// compact section, a required point read back. Private to the library.
+
+#include <cstdint>
+#include <string>
+
+#include "VxCameraInfo.h"
+#include "VxXIni.h"
+
+// Writes one key; a refused write is reported through the writer's own error at once.
+template <class T>
+void WriteChecked(TVxXIniWriter* writer, const std::string& key, const T& value) {
+  if (!writer->WriteS<T>(key, value)) writer->ThrowWriteError();
+}
+
+// A point as a compact section {x, y}.
+inline void WritePoint(TVxXIniWriter* writer, const std::string& key,
+                       const vec_t_<double, 2>& point) {
+  const TVxXIniSectionHandle section = writer->BeginSectionCompactSE(key);
+  WriteChecked<double>(writer, vx::s_x, point.x);
+  WriteChecked<double>(writer, vx::s_y, point.y);
+  writer->EndSectionE(section);
+}
+
+// A pair of unsigned numbers as a compact section {x, y}.
+inline void WriteSize(TVxXIniWriter* writer, const std::string& key, const TVxSize2& size) {
+  const TVxXIniSectionHandle section = writer->BeginSectionCompactSE(key);
+  WriteChecked<unsigned long>(writer, vx::s_x, size.x);
+  WriteChecked<unsigned long>(writer, vx::s_y, size.y);
+  writer->EndSectionE(section);
+}
+
+// A required value of the current section.
+template <class T>
+T ReadRequired(TVxXIniReader* reader, const char* key) {
+  return reader->ReadE<T>(reader->FindFE(key, 0));
+}
+
+// An optional value of the current section, or its default.
+template <class T>
+T ReadOptional(TVxXIniReader* reader, const char* key, const T& defaultValue) {
+  return reader->Read<T>(reader->FindF(key, 0), defaultValue);
+}
+
+// The x and y of the section at `position`, both required.
+template <class T, class TPoint>
+TPoint ReadPairAt(TVxXIniReader* reader, TVxXIniPosition position) {
+  const TVxXIniSectionHandle section = reader->EnterSectionFE(position);
+  TPoint point;
+  point.x = reader->ReadE<T>(reader->FindFE(vx::s_x, 0));
+  point.y = reader->ReadE<T>(reader->FindFE(vx::s_y, 0));
+  reader->LeaveSectionE(section);
+  return point;
+}
+
+// A required point of the current section.
+inline vec_t_<double, 2> ReadPointE(TVxXIniReader* reader, const char* key) {
+  return ReadPairAt<double, vec_t_<double, 2>>(reader, reader->FindFE(key, 0));
+}
+
+// A required pair of unsigned numbers of the current section.
+inline TVxSize2 ReadSizeE(TVxXIniReader* reader, const char* key) {
+  return ReadPairAt<unsigned long, TVxSize2>(reader, reader->FindFE(key, 0));
+}
+
+// Reads the elements of the current list section in order: for each entry, whatever its name,
+// enters it, lets `readElement` read it, and leaves it.
+template <class F>
+void ForEachListEntry(TVxXIniReader* reader, F readElement) {
+  for (TVxXIniPosition i = 0; reader->HasEntry(i); ++i) {
+    const TVxXIniSectionHandle element = reader->EnterSectionFE(i);
+    readElement();
+    reader->LeaveSectionE(element);
+  }
+}

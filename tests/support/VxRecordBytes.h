@@ -1,0 +1,75 @@
+#pragma once
+// Every field of a record as raw bytes, so that "unchanged" can be checked exactly: NaN equals
+// the same NaN and -0.0 differs from 0.0, where the records' own operator== says otherwise.
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "VxCameraInfo.h"
+#include "VxIntOrMeas.h"
+
+namespace vx_test {
+
+class TBytes {
+ public:
+  template <class T>
+  TBytes& Add(const T& value) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    const auto* p = reinterpret_cast<const char*>(&value);
+    bytes_.append(p, sizeof(T));
+    return *this;
+  }
+  TBytes& Add(const std::string& text) {
+    Add(text.size());
+    bytes_ += text;
+    return *this;
+  }
+  template <class T>
+  TBytes& Add(const std::vector<T>& items) {
+    Add(items.size());
+    for (const T& item : items) Add(item);
+    return *this;
+  }
+  const std::string& Str() const { return bytes_; }
+
+ private:
+  std::string bytes_;
+};
+
+inline std::string RecordBytes(const TVxCameraDistortion& d) {
+  TBytes b;
+  b.Add(d.type).Add(d.direction).Add(d.mixed).Add(d.polyK).Add(d.polyP);
+  b.Add(d.tableR).Add(d.table4Plus).Add(d.table4X).Add(d.symmetryPoint);
+  for (double v : {d.k1, d.k2, d.k3, d.k4, d.k5, d.p1, d.p2, d.p3, d.p4, d.b1, d.b2, d.a1, d.a2}) {
+    b.Add(v);
+  }
+  return b.Str();
+}
+
+inline std::string RecordBytes(const TVxCameraInfo& c) {
+  TBytes b;
+  b.Add(c.name).Add(c.calibrationDate).Add(c.description).Add(c.fiducialTemplateId);
+  b.Add(c.cameraType).Add(RecordBytes(c.distortion)).Add(c.focus).Add(c.principalPoint);
+  b.Add(c.pixelSize).Add(c.lengthX).Add(c.lengthY).Add(c.sensorDims).Add(c.fiducials);
+  b.Add(c.digitalCameraOrigin);
+  return b.Str();
+}
+
+inline std::string RecordBytes(const TCameraMarkTemplates& t) {
+  TBytes b;
+  b.Add(t.templatePixelSize).Add(t.defaultScanSize).Add(t.templates.size());
+  for (const auto& m : t.templates) {
+    b.Add(m.index).Add(m.coordsCam).Add(m.fileName).Add(m.halfSizeReduced).Add(m.minCorrHalfSize);
+  }
+  return b.Str();
+}
+
+inline std::string RecordBytes(const TVxIntOrMeas& m) {
+  TBytes b;
+  b.Add(m.cameraType).Add(m.marks).Add(m.scanResolution).Add(m.resolutionUnits);
+  b.Add(m.rotation).Add(m.transformType);
+  return b.Str();
+}
+
+}  // namespace vx_test
