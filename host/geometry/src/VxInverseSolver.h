@@ -5,10 +5,15 @@
 // A kernel is any type with
 //   void Displace(double x, double y, double& dx, double& dy) const;
 // giving the displacement d(p) at the point p = (x, y); the model maps p to p + d(p).
+// A kernel may also have
+//   void Jacobian(double x, double y, double& jxx, double& jxy, double& jyx, double& jyy) const;
+// giving the partial derivatives of d (jxy = d(dx)/dy); the inverse then uses them instead of
+// differences.
 
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 #include "VxVec.h"
 
@@ -31,6 +36,32 @@ constexpr int kMaxHalvings = 30;
 constexpr double kJacobianStep = 1e-3;
 // A Jacobian determinant below this means the model folds the plane here: no inverse.
 constexpr double kMinJacobianDet = 1e-9;
+
+template <class Kernel, class = void>
+struct THasJacobian : std::false_type {};
+template <class Kernel>
+struct THasJacobian<Kernel, std::void_t<decltype(&Kernel::Jacobian)>> : std::true_type {};
+
+// The partial derivatives of the displacement at (x, y): the kernel's own, or central
+// differences.
+template <class Kernel>
+inline void DisplacementJacobian(const Kernel& kernel, double x, double y, double& jxx, double& jxy,
+                                 double& jyx, double& jyy) {
+  if constexpr (THasJacobian<Kernel>::value) {
+    kernel.Jacobian(x, y, jxx, jxy, jyx, jyy);
+  } else {
+    constexpr double h = kJacobianStep;
+    double dxp = 0.0, dyp = 0.0, dxm = 0.0, dym = 0.0;
+    kernel.Displace(x + h, y, dxp, dyp);
+    kernel.Displace(x - h, y, dxm, dym);
+    jxx = (dxp - dxm) / (2.0 * h);
+    jyx = (dyp - dym) / (2.0 * h);
+    kernel.Displace(x, y + h, dxp, dyp);
+    kernel.Displace(x, y - h, dxm, dym);
+    jxy = (dxp - dxm) / (2.0 * h);
+    jyy = (dyp - dym) / (2.0 * h);
+  }
+}
 
 template <class Kernel>
 inline vec_t_<double, 2> ForwardPoint(const Kernel& kernel, const vec_t_<double, 2>& p) {
@@ -57,19 +88,15 @@ vec_t_<double, 2> InversePoint(const Kernel& kernel, const vec_t_<double, 2>& p)
   double fy = qy + dy - p.y;
   double f2 = fx * fx + fy * fy;
 
-  constexpr double h = kJacobianStep;
   for (int iteration = 0; iteration < kMaxIterations; ++iteration) {
     if (f2 <= kNewtonTolerance * kNewtonTolerance) return {qx, qy};
 
-    double dxp = 0.0, dyp = 0.0, dxm = 0.0, dym = 0.0;
-    kernel.Displace(qx + h, qy, dxp, dyp);
-    kernel.Displace(qx - h, qy, dxm, dym);
-    const double j00 = 1.0 + (dxp - dxm) / (2.0 * h);
-    const double j10 = (dyp - dym) / (2.0 * h);
-    kernel.Displace(qx, qy + h, dxp, dyp);
-    kernel.Displace(qx, qy - h, dxm, dym);
-    const double j01 = (dxp - dxm) / (2.0 * h);
-    const double j11 = 1.0 + (dyp - dym) / (2.0 * h);
+    double jxx = 0.0, jxy = 0.0, jyx = 0.0, jyy = 0.0;
+    DisplacementJacobian(kernel, qx, qy, jxx, jxy, jyx, jyy);
+    const double j00 = 1.0 + jxx;
+    const double j01 = jxy;
+    const double j10 = jyx;
+    const double j11 = 1.0 + jyy;
     const double det = j00 * j11 - j01 * j10;
     if (!(std::abs(det) > kMinJacobianDet)) break;
     const double sx = -(j11 * fx - j01 * fy) / det;
