@@ -13,9 +13,15 @@ namespace vx_test {
 
 class TBytes {
  public:
+  // Only for types without padding: their bytes are all value.
   template <class T>
   TBytes& Add(const T& value) {
     static_assert(std::is_trivially_copyable_v<T>);
+    static_assert(std::has_unique_object_representations_v<T> || std::is_floating_point_v<T> ||
+                  std::is_same_v<T, vec_t_<double, 2>> ||
+                  std::is_same_v<T, TVxCameraDistortion::TMixed> ||
+                  std::is_same_v<T, TVxCameraDistortion::TRadialDistortion> ||
+                  std::is_same_v<T, TVxCameraDistortion::T4Direction> || std::is_array_v<T>);
     const auto* p = reinterpret_cast<const char*>(&value);
     bytes_.append(p, sizeof(T));
     return *this;
@@ -51,7 +57,9 @@ inline std::string RecordBytes(const TVxCameraInfo& c) {
   TBytes b;
   b.Add(c.name).Add(c.calibrationDate).Add(c.description).Add(c.fiducialTemplateId);
   b.Add(c.cameraType).Add(RecordBytes(c.distortion)).Add(c.focus).Add(c.principalPoint);
-  b.Add(c.pixelSize).Add(c.lengthX).Add(c.lengthY).Add(c.sensorDims).Add(c.fiducials);
+  b.Add(c.pixelSize).Add(c.lengthX).Add(c.lengthY).Add(c.sensorDims).Add(c.fiducials.size());
+  // Field by field: the padding between them holds no value.
+  for (const auto& f : c.fiducials) b.Add(f.index).Add(f.coordsCam).Add(f.templateIndex);
   b.Add(c.digitalCameraOrigin);
   return b.Str();
 }
@@ -67,7 +75,9 @@ inline std::string RecordBytes(const TCameraMarkTemplates& t) {
 
 inline std::string RecordBytes(const TVxIntOrMeas& m) {
   TBytes b;
-  b.Add(m.cameraType).Add(m.marks).Add(m.scanResolution).Add(m.resolutionUnits);
+  b.Add(m.cameraType).Add(m.marks.size());
+  for (const auto& mark : m.marks) b.Add(mark.index).Add(mark.coordsPix).Add(mark.residualsPix);
+  b.Add(m.scanResolution).Add(m.resolutionUnits);
   b.Add(m.rotation).Add(m.transformType);
   return b.Str();
 }
