@@ -85,3 +85,25 @@ function(vx_add_benchmark name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark_main)
   vx_set_warnings(${name})
 endfunction()
+
+# vx_add_fuzzer(<name> SOURCES ... [LIBS ...] [CORPUS dir] [RUNS n]): a libFuzzer program (clang).
+# With a seed corpus, ctest runs it for n inputs as <name>_smoke; new inputs go to a folder of
+# the build tree, never into the committed corpus.
+function(vx_add_fuzzer name)
+  cmake_parse_arguments(ARG "" "CORPUS;RUNS" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  vx_set_warnings(${name})
+  if(ARG_CORPUS)
+    if(NOT ARG_RUNS)
+      set(ARG_RUNS 20000)
+    endif()
+    set(work "${CMAKE_CURRENT_BINARY_DIR}/${name}_corpus")
+    file(MAKE_DIRECTORY "${work}")
+    add_test(NAME ${name}_smoke
+      COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -timeout=10 -rss_limit_mb=2048
+        "${work}" "${ARG_CORPUS}")
+  endif()
+endfunction()
