@@ -54,6 +54,32 @@ struct TRadialKernel {
     dx = dr * x / r;
     dy = dr * y / r;
   }
+
+  // The partial derivatives of the displacement: with w = dr / r, d = w (x, y) and
+  // dw/dx = (dr' - w) x / r^2.
+  void Jacobian(double px, double py, double& jxx, double& jxy, double& jyx, double& jyy) const {
+    const double x = px - cx;
+    const double y = py - cy;
+    const double r2 = x * x + y * y;
+    const double r = std::sqrt(r2);
+    double dr = 0.0;
+    double slope = 0.0;
+    spline->Evaluate(r, &dr, &slope);
+    if (r == 0.0) {
+      // At the centre the profile starts as slope * r: the displacement is slope * (x, y).
+      jxx = slope;
+      jxy = 0.0;
+      jyx = 0.0;
+      jyy = slope;
+      return;
+    }
+    const double w = dr / r;
+    const double k = (slope - w) / r2;
+    jxx = w + k * x * x;
+    jxy = k * x * y;
+    jyx = jxy;
+    jyy = w + k * y * y;
+  }
 };
 
 }  // namespace

@@ -150,6 +150,28 @@ void TProfileSpline::Evaluate(double r, double* out) const {
   }
 }
 
+void TProfileSpline::Evaluate(double r, double* out, double* slope) const {
+  Evaluate(r, out);
+  const std::size_t m = knots_.size();
+  if (m < 2) {
+    for (std::size_t c = 0; c < columns_; ++c) slope[c] = 0.0;
+    return;
+  }
+  if (r >= knots_[m - 1]) {
+    for (std::size_t c = 0; c < columns_; ++c) slope[c] = end_slope_[c];
+    return;
+  }
+  const std::size_t i = FindInterval(knots_, r);
+  const double h = knots_[i + 1] - knots_[i];
+  const double a = (knots_[i + 1] - r) / h;
+  const double b = 1.0 - a;
+  for (std::size_t c = 0; c < columns_; ++c) {
+    slope[c] = (values_[(i + 1) * columns_ + c] - values_[i * columns_ + c]) / h -
+               (3.0 * a * a - 1.0) * h * second_[i * columns_ + c] / 6.0 +
+               (3.0 * b * b - 1.0) * h * second_[(i + 1) * columns_ + c] / 6.0;
+  }
+}
+
 TPeriodicSpline::TPeriodicSpline(const std::vector<double>& angles) : n_(angles.size()) {
   if (n_ == 0) return;
   first_ = angles[0];

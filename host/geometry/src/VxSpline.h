@@ -33,6 +33,8 @@ class TProfileSpline {
   bool IsZero() const { return zero_; }
   // The profile of every column at radius r >= 0, written to out[0..Columns()).
   void Evaluate(double r, double* out) const;
+  // The same, with the slope d(profile)/dr of every column in slope[0..Columns()).
+  void Evaluate(double r, double* out, double* slope) const;
 
  private:
   std::size_t columns_ = 0;
