@@ -29,10 +29,11 @@ constexpr double kAcceptTolerance = 1e-10;
 constexpr int kMaxIterations = 50;
 // Step halvings of the damping: 2^-30 of a Newton step is below any useful move.
 constexpr int kMaxHalvings = 30;
-// The Jacobian is I + dd/dp, with dd/dp by central differences of the displacement over
-// 1e-3 mm: the truncation error h^2 d'''/6 stays below 1e-9 of the derivative for any real
-// distortion, and differencing the small displacement (not the point) keeps rounding at
-// about 1e-13. An inexact Jacobian only slows Newton; the residual decides convergence.
+// The Jacobian is I + dd/dp. Where a kernel has no Jacobian of its own, dd/dp comes from
+// central differences of the displacement over 1e-3 mm: the truncation error h^2 d'''/6 stays below
+// 1e-9 of the derivative for any real distortion, and differencing the small displacement (not the
+// point) keeps rounding at about 1e-13. An inexact Jacobian only slows Newton; the residual decides
+// convergence.
 constexpr double kJacobianStep = 1e-3;
 // A Jacobian determinant below this means the model folds the plane here: no inverse.
 constexpr double kMinJacobianDet = 1e-9;
