@@ -62,7 +62,7 @@ struct TDirectedKernel {
   double RadialDisplacement(double r, double t) const {
     const std::size_t n = radial->Columns();
     if (n == 0) return 0.0;
-    std::array<double, 16> small{};
+    std::array<double, 16> small;  // filled by the radial profiles below
     std::vector<double> large;
     double* values = small.data();
     if (n > small.size()) {
@@ -85,6 +85,49 @@ struct TDirectedKernel {
     const double dr = RadialDisplacement(r, std::atan2(y, x));
     dx = dr * x / r;
     dy = dr * y / r;
+  }
+
+  // The partial derivatives of the displacement. With g(r, t) the radial displacement and
+  // w = g / r, d = w (x, y), dw/dx = (g_r - w) x / r^2 - g_t y / r^3 and
+  // dw/dy = (g_r - w) y / r^2 + g_t x / r^3.
+  void Jacobian(double px, double py, double& jxx, double& jxy, double& jyx, double& jyy) const {
+    const double x = px - cx;
+    const double y = py - cy;
+    const double r2 = x * x + y * y;
+    const double r = std::sqrt(r2);
+    const std::size_t n = radial->Columns();
+    std::array<double, 16> smallValues;  // filled by the radial profiles below
+    std::array<double, 16> smallSlopes;
+    std::vector<double> large;
+    double* values = smallValues.data();
+    double* slopes = smallSlopes.data();
+    if (n > smallValues.size()) {
+      large.resize(2 * n);
+      values = large.data();
+      slopes = large.data() + n;
+    }
+    double g = 0.0, gr = 0.0, gt = 0.0;
+    if (n > 0) {
+      radial->Evaluate(r, values, slopes);
+      const double t = std::atan2(y, x);
+      g = angular->Evaluate(t, values, gt);
+      gr = angular->Evaluate(t, slopes);
+    }
+    if (r == 0.0) {
+      // At the centre each profile starts as slope * r, in the direction of the point.
+      jxx = gr;
+      jxy = 0.0;
+      jyx = 0.0;
+      jyy = gr;
+      return;
+    }
+    const double w = g / r;
+    const double wx = (gr - w) * x / r2 - gt * y / (r2 * r);
+    const double wy = (gr - w) * y / r2 + gt * x / (r2 * r);
+    jxx = w + x * wx;
+    jxy = x * wy;
+    jyx = y * wx;
+    jyy = w + y * wy;
   }
 };
 

@@ -205,6 +205,12 @@ TPeriodicSpline::TPeriodicSpline(const std::vector<double>& angles) : n_(angles.
 }
 
 double TPeriodicSpline::Evaluate(double t, const double* g) const {
+  double slope = 0.0;
+  return Evaluate(t, g, slope);
+}
+
+double TPeriodicSpline::Evaluate(double t, const double* g, double& slope) const {
+  slope = 0.0;
   if (n_ == 0) return 0.0;
   if (n_ == 1) return g[0];
   double u = std::fmod(t - first_, kTwoPi);
@@ -220,6 +226,8 @@ double TPeriodicSpline::Evaluate(double t, const double* g) const {
     mi += moments_[i * n_ + j] * g[j];
     mn += moments_[next * n_ + j] * g[j];
   }
+  slope = (g[next] - g[i]) / h - (3.0 * a * a - 1.0) * h * mi / 6.0 +
+          (3.0 * b * b - 1.0) * h * mn / 6.0;
   return a * g[i] + b * g[next] + ((a * a * a - a) * mi + (b * b * b - b) * mn) * h * h / 6.0;
 }
 

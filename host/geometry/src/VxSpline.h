@@ -57,6 +57,8 @@ class TPeriodicSpline {
   std::size_t Size() const { return n_; }
   // The value at angle `t` (radians, any value) of the periodic spline through g[0..Size()).
   double Evaluate(double t, const double* g) const;
+  // The value and, in `slope`, the derivative with respect to the angle.
+  double Evaluate(double t, const double* g, double& slope) const;
 
  private:
   std::size_t n_ = 0;
