@@ -55,11 +55,18 @@ class VXXINI_EXPORT TVxXIniReader {
   // position (kVxXIniNotFound included). A present entry that is a section or does not convert
   // throws: an optional key may be absent, not wrong.
   template <class T>
-  T Read(TVxXIniPosition position, const T& defaultValue);
+  T Read(TVxXIniPosition position, const T& defaultValue) {
+    static_assert(kVxXIniUnsupported<T>, "Read<T>: T is int, double, unsigned long or std::string");
+    return defaultValue;
+  }
   // The value at `position` converted to T; throws if there is no entry there, if it is a section
   // or if the value does not convert.
   template <class T>
-  T ReadE(TVxXIniPosition position);
+  T ReadE(TVxXIniPosition position) {
+    static_assert(kVxXIniUnsupported<T>,
+                  "ReadE<T>: T is int, double, unsigned long or std::string");
+    return Read<T>(position, T());
+  }
   // Read<T>(FindF(name, 0), defaultValue). Defined by VxCameraUtils for std::string, for its own
   // use only (not exported).
   template <class T>

@@ -35,6 +35,11 @@ inline constexpr std::uint64_t kVxXIniMaxTextSize = std::uint64_t{64} << 20;
 // hostile file can claim.
 inline constexpr std::uint64_t kVxXIniMaxEntries = std::uint64_t{1} << 21;
 
+// False for every type: makes the value operations of the reader and writer fail to compile,
+// rather than to link, for a type they do not support.
+template <class T>
+inline constexpr bool kVxXIniUnsupported = false;
+
 namespace vx {
 // The key names of the coordinates of a point stored as a section: "x" and "y".
 extern VXXINI_EXPORT const std::string s_x;

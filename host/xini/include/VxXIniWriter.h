@@ -43,7 +43,13 @@ class VXXINI_EXPORT TVxXIniWriter {
   // int, double, unsigned long or std::string. False if the entry cannot be added; the reason is
   // kept for ThrowWriteError.
   template <class T>
-  bool WriteS(const std::string& name, const T& value);
+  bool WriteS(const std::string& name, const T& value) {
+    static_assert(kVxXIniUnsupported<T>,
+                  "WriteS<T>: T is int, double, unsigned long or std::string");
+    static_cast<void>(name);
+    static_cast<void>(value);
+    return false;
+  }
 
   // Adds a long (multi-line) text under `name`; throws where WriteS would return false.
   void WriteLongStringSE(const std::string& name, const std::string& value);
