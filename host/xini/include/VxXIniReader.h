@@ -57,6 +57,7 @@ class VXXINI_EXPORT TVxXIniReader {
   template <class T>
   T Read(TVxXIniPosition position, const T& defaultValue) {
     static_assert(kVxXIniUnsupported<T>, "Read<T>: T is int, double, unsigned long or std::string");
+    static_cast<void>(position);
     return defaultValue;
   }
   // The value at `position` converted to T; throws if there is no entry there, if it is a section
