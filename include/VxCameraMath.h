@@ -46,7 +46,8 @@ VXCAMERAUTILS_EXPORT void ApplyDistortionMultiplier(TVxCameraDistortion* distort
 
 // Fits the radial model e(r) = c1 r^3 + c2 r^5 + c3 r^7 to the mean radial displacement of
 // `source` over the disc of radius `maxRadius` (mm) around the origin of its input frame, by
-// least squares over 100 radii i maxRadius / 100 and 16 directions k pi / 8.
+// least squares over 100 radii i maxRadius / 100 and 16 directions k pi / 8. The radial
+// displacement of a sampled point p is |source(p)| - |p|: an identity source fits to zero.
 // `type` Formula stores c1..c3 as k1..k3, Mixed as mixed.K; the new record is otherwise zero,
 // has direction CamToMm and the camera's principalPoint as its symmetry point.
 // With `maxDeviation` not null it receives the largest distance between the fitted model and

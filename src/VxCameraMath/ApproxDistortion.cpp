@@ -184,7 +184,12 @@ bool ApproxCameraDistortion(const TVx2DTransform& source, TDistortionType type,
   for (int i = 1; i <= kRadii; ++i) {
     const double r = i * step;
     double sum = 0.0;
-    for (const TPoint& d : directions) sum += source.TransformPoint(r * d).Length() - r;
+    for (const TPoint& d : directions) {
+      // Measured from the sampled point itself: |p| differs from r by the rounding of the
+      // direction, which would otherwise pass as displacement (an identity would not give 0).
+      const TPoint p = r * d;
+      sum += source.TransformPoint(p).Length() - p.Length();
+    }
     const double e = sum / kDirections;
 
     const double r2 = r * r;
