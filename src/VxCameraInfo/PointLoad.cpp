@@ -3,8 +3,10 @@
 
 #include "internal/VxSettings.h"
 
+// The default is taken by value, as the reader's declaration has it.
 template <>
-std::string TVxXIniReader::ReadS<std::string>(const char* name, std::string defaultValue) {
+std::string TVxXIniReader::ReadS<std::string>(
+    const char* name, std::string defaultValue) {  // NOLINT(performance-unnecessary-value-param)
   return Read<std::string>(FindF(name, 0), defaultValue);
 }
 
