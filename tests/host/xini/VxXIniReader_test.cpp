@@ -408,3 +408,18 @@ TEST(VxXIniReader, MessagesShowControlCharactersEscapedAndLongValuesShortened) {
   EXPECT_EQ(ReadErrorOf([&] { reader->throw_error_valueS("b"); }),
             "test.yaml:2:4: b: invalid value '" + std::string(80, 'q') + "...'");
 }
+
+TEST(VxXIniReader, WindowsLineEndsAndAByteOrderMarkAreRead) {
+  auto reader = Read(
+      "\xEF\xBB\xBF"
+      "a: 1\r\nb: |\r\n  x\r\n  y\r\nc: {x: 2}\r\n");
+  EXPECT_EQ(reader->ReadE<int>(reader->FindFE("a", 0)), 1);
+  EXPECT_EQ(reader->ReadLongStringSE("b"), "x\ny\n");
+  EXPECT_EQ(reader->FindF("c", 0), 2u);
+}
+
+TEST(VxXIniReader, CommentsAreIgnored) {
+  auto reader = Read("# camera of the survey\nfocus: 153.1  # from the report\n# end\n");
+  EXPECT_EQ(reader->ReadE<double>(reader->FindFE("focus", 0)), 153.1);
+  EXPECT_FALSE(reader->HasEntry(1));
+}
