@@ -167,7 +167,8 @@ TEST(CamToMmTransform, TheFocalLengthReachesTheMixedModel) {
   camera.focus = 120.0;
   camera.distortion.type = TDistortionType::Mixed;
   camera.distortion.mixed.c[5] = 1e-5;
-  const auto* mixed = HeldAs<TMixedDistortion>(CreateCamToMmTransform(camera));
+  const TransformHandle handle = CreateCamToMmTransform(camera);
+  const auto* mixed = HeldAs<TMixedDistortion>(handle);
   ASSERT_NE(mixed, nullptr);
   EXPECT_EQ(mixed->Focal(), 120.0);
 }
