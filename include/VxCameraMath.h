@@ -51,7 +51,8 @@ VXCAMERAUTILS_EXPORT void ApplyDistortionMultiplier(TVxCameraDistortion* distort
 // `type` Formula stores c1..c3 as k1..k3, Mixed as mixed.K; the new record is otherwise zero,
 // has direction CamToMm and the camera's principalPoint as its symmetry point.
 // With `maxDeviation` not null it receives the largest distance between the fitted model and
-// `source` over the radii 0 .. maxRadius and the 16 directions (NaN if a point fails to map).
+// `source` over the radii 0 .. maxRadius and the 16 directions. A source that cannot map a
+// sample (a NaN point) gives NaN coefficients and a NaN deviation, never a partial fit.
 // Returns false, writing neither `*result` nor `*maxDeviation`, for a `type` other than
 // Formula and Mixed, a zero maxRadius, or a normal matrix whose determinant is exactly zero.
 // `result` must not be null; exceptions of the geometry library pass on.

@@ -342,6 +342,37 @@ TEST(ApproxDistortion, TheDeviationIsTheLargestDistanceOfTheTwoTransformsOnTheGr
   EXPECT_NEAR(deviation, largest, kFitRounding);
 }
 
+// A source that cannot map points beyond 30 mm, as an inverse that does not converge there.
+class TFailingTransform final : public TVx2DTransform {
+ public:
+  std::unique_ptr<TVx2DTransform> Clone() const override {
+    return std::unique_ptr<TVx2DTransform>(new TFailingTransform(*this));
+  }
+  const char* Name() const override { return "failing"; }
+  bool IsIdentity() const override { return false; }
+  TPoint TransformPoint(const TPoint& p) const override {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    return p.Length() > 30.0 ? TPoint{nan, nan} : p * 1.001;
+  }
+  TFailingTransform() = default;
+
+ private:
+  TFailingTransform(const TFailingTransform&) = default;
+};
+
+TEST(ApproxDistortion, ASourceThatFailsToMapASampleGivesNaNInsteadOfAPartialFit) {
+  const TVxCameraInfo camera = FormulaCamera();
+  const TFailingTransform source;
+  for (const TDistortionType type : {TDistortionType::Formula, TDistortionType::Mixed}) {
+    TVxCameraDistortion result;
+    double deviation = kUntouched;
+    ASSERT_TRUE(ApproxCameraDistortion(source, type, &result, camera, 40.0, &deviation));
+    const double c1 = type == TDistortionType::Formula ? result.k1 : result.mixed.K[0];
+    EXPECT_TRUE(std::isnan(c1));
+    EXPECT_TRUE(std::isnan(deviation));
+  }
+}
+
 // --- exact conversions ---------------------------------------------------------------------
 
 TEST(ApproxDistortion, FormulaConvertsExactlyToMixed) {
