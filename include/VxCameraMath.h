@@ -67,8 +67,8 @@ VXCAMERAUTILS_EXPORT bool ApproxCameraDistortion(const TVx2DTransform& source, T
 // k4 = k5 = p3 = p4 = 0; Mixed to Formula when mixed a3..a7, b and c are all zero; the source
 // model's fields are kept) and the deviation is 0.0. Otherwise its transform is fitted over:
 // for Formula and Mixed, focus / 2 when maxRadius <= 0, else the smaller of maxRadius and
-// focus; for the table models, the radius of the last row (of the larger one for Directed8),
-// ignoring maxRadius.
+// focus; for the table models, the radius of the last row (for Directed8 the larger of the two
+// tables' last radii), ignoring maxRadius.
 // Returns false also for a source of type None, Polynomial or outside the enumeration, an empty
 // table (either table for Directed8), or a last radius <= 0.
 VXCAMERAUTILS_EXPORT bool ApproxCameraDistortion(TDistortionType type, TVxCameraDistortion* result,
