@@ -10,6 +10,9 @@
 #include "VxCameraUtils_export.h"
 #include "VxVec.h"
 
+class TVxXIniReader;
+class TVxXIniWriter;
+
 // Unit of a scan resolution.
 enum class TResolutionUnits : std::int32_t {
   Mm = 1,   // "mm": millimetres per pixel
@@ -68,6 +71,19 @@ class VXCAMERAUTILS_EXPORT TVxIntOrMeas {
   TResolutionUnits resolutionUnits = TResolutionUnits::Mm;
   TCamRotate rotation = static_cast<TCamRotate>(0);  // 0 = not set
   TTransformType transformType = TTransformType::Affine;
+
+  // Writes the record into the writer's current section: "camera_type" (unless 0), the marks in
+  // ascending index in a section "points" (PrincipalPoint to Fiducials; residuals for Fiducials
+  // only), "rotation" (always; empty when not set), "scan_resolution" and "resolution_units"
+  // (PrincipalPoint and Cross), "transform_type" (Fiducials). The vector of marks keeps its
+  // order. Throws std::runtime_error for a written value outside its enumeration,
+  // TVxXIniWriteError when the writer refuses a key.
+  void SaveE(TVxXIniWriter* writer) const;
+  // Reads a record from the reader's current section and replaces this one with it; on any error
+  // (TVxXIniReadError) the record is unchanged. An unknown "camera_type" is type 0 and then no
+  // marks are read. Residuals are read only into a record that already holds the Fiducials type.
+  // The scan resolution is taken only together with a non-empty "resolution_units".
+  void LoadE(TVxXIniReader* reader);
 
   // Whether the measurements are consistent with the camera: a measured type, the camera's
   // type, not more marks than the type has (PrincipalPoint 1, Cross and CalibratedCross 4,
