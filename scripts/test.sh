@@ -2,7 +2,8 @@
 # The whole test suite: installs what is missing, then builds and tests
 #   1. plainly, warnings as errors (with the packaging checks);
 #   2. under ThreadSanitizer, the tests labelled "concurrency";
-#   3. under AddressSanitizer and UndefinedBehaviorSanitizer, every test.
+#   3. with clang and libFuzzer, short runs of the fuzz targets over their corpora;
+#   4. under AddressSanitizer and UndefinedBehaviorSanitizer, every test.
 # Ends with ctest's summary of the last run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,6 +25,13 @@ echo "== ThreadSanitizer build: concurrency tests"
 configure_and_build build/tsan -DVX_SANITIZE=thread -DVX_BUILD_BENCHMARKS=OFF
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
   ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L concurrency
+
+echo "== fuzz smoke runs (clang, libFuzzer, AddressSanitizer + UndefinedBehaviorSanitizer)"
+CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DVX_WERROR=ON -DVX_BUILD_FUZZERS=ON -DVX_SANITIZE=address,undefined -DVX_BUILD_TESTS=OFF \
+  -DVX_BUILD_BENCHMARKS=OFF -DVX_BUILD_TOOLS=OFF >/dev/null
+cmake --build build/fuzz -j "$jobs"
+ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/fuzz -R '_fuzzer_smoke$' --output-on-failure
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer build: every test"
 configure_and_build build/asan -DVX_SANITIZE=address,undefined -DVX_BUILD_BENCHMARKS=OFF
