@@ -1,7 +1,7 @@
 // Settings operations of the camera side: the point loader without default, and the text read
 // with a default that every loader of the library uses.
 
-#include "internal/VxSettings.h"
+#include "internal/VxSettingsIO.h"
 
 // The default is taken by value, as the reader's declaration has it.
 template <>

@@ -1,6 +1,6 @@
 // Settings operation of the interior-orientation side: the point loader with a default.
 
-#include "internal/VxSettings.h"
+#include "internal/VxSettingsIO.h"
 
 bool vec_t_<double, 2>::LoadS(TVxXIniReader* reader, const std::string& name,
                               const vec_t_& defaultPoint) {

@@ -1,6 +1,16 @@
 #pragma once
-// The patterns every record's SaveE and LoadE repeat: a checked key write, a point written as a
-// compact section, a required point read back. Private to the library.
+// The settings operations of the library's own loaders and savers. Private to the library.
+//
+// Defined on top of the settings reader (in PointLoad.cpp and PointLoadDefault.cpp):
+//   - TVxXIniReader::ReadS<std::string>(name, default): Read<std::string>(FindF(name, 0), default);
+//   - vec_t_<double,2>::LoadS(reader, name): the point stored as a subsection `name`; false and
+//     the point unchanged if there is none; a missing coordinate becomes 0.0;
+//   - vec_t_<double,2>::LoadS(reader, name, default): the point starts as the default; false if
+//     there is no such subsection; a missing coordinate keeps the default's coordinate.
+// None of them throws for missing entries; the reader's own errors pass through.
+//
+// Below: the patterns every record's SaveE and LoadE repeat, a checked key write, a point
+// written as a compact section, a required point read back.
 
 #include <cstdint>
 #include <string>

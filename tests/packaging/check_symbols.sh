@@ -3,10 +3,12 @@
 # private units: the module object, the enumeration tables and the conversion templates.
 set -euo pipefail
 lib=$1
-symbols=$(nm -D --defined-only "$lib" | c++filt)
+raw=$(nm -D --defined-only "$lib")
+symbols=$(c++filt <<<"$raw")
 status=0
 for name in Init_VxCameraUtils Deinit_VxCameraUtils; do
-  if ! nm -D --defined-only "$lib" | grep -Eq " T ${name}\$"; then
+  # Searched in a stored copy: grep -q closing a pipe early would fail the pipeline.
+  if ! grep -Eq " T ${name}\$" <<<"$raw"; then
     echo "missing unmangled export: $name" >&2
     status=1
   fi

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "internal/VxSettings.h"
+#include "internal/VxSettingsIO.h"
 
 namespace {
 
