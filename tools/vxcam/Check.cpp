@@ -1,0 +1,74 @@
+#include <ostream>
+
+#include "VxCamApp.h"
+#include "VxCamFiles.h"
+#include "VxCamFormat.h"
+#include "VxCamText.h"
+
+namespace vxcam {
+namespace {
+
+// The outcome of Verify and IntOrReady: ready with a warning is ready.
+struct TCheckResult {
+  bool consistent = false;
+  bool ready = false;
+  std::string message;  // the reason when not ready, else the warning, if any
+};
+
+TCheckResult Check(const TVxIntOrMeas& measurements, const TVxCameraInfo& camera) {
+  TCheckResult result;
+  result.consistent = measurements.Verify(camera, &result.message);
+  if (result.consistent) result.ready = measurements.IntOrReady(camera, &result.message);
+  return result;
+}
+
+std::string YesNo(bool value) {
+  return Text(value ? "vxcam.text.yes" : "vxcam.text.no");
+}
+
+void WriteResult(std::ostream& out, const TCheckResult& result) {
+  TRows rows{{0, Text("vxcam.label.consistent"), YesNo(result.consistent)},
+             {0, Text("vxcam.label.ready"), YesNo(result.ready)}};
+  if (!result.message.empty())
+    rows.push_back(
+        {0, Text(result.ready ? "vxcam.label.warning" : "vxcam.label.reason"), result.message});
+  WriteRows(out, rows);
+}
+
+nlohmann::json ResultToJson(const TCheckResult& result) {
+  nlohmann::json json = {{"consistent", result.consistent}, {"ready", result.ready}};
+  json["reason"] = result.ready ? nlohmann::json() : nlohmann::json(result.message);
+  json["warning"] =
+      result.ready && !result.message.empty() ? nlohmann::json(result.message) : nlohmann::json();
+  return json;
+}
+
+}  // namespace
+
+int RunCheck(const TArgs& args, TIo& io) {
+  std::string cameraPath;
+  std::string measurementsPath;
+  bool json = false;
+  return RunCommand(
+      "check", "vxcam.check.summary", args, io,
+      [&](CLI::App& app) {
+        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.measurements"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        AddJsonFlag(app, json);
+      },
+      [&] {
+        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        const TCheckResult result = Check(LoadMeasurements(measurementsPath), camera);
+        if (json)
+          WriteJson(io.out, ResultToJson(result));
+        else
+          WriteResult(io.out, result);
+        return result.ready ? kExitSuccess : kExitCheckFailed;
+      });
+}
+
+}  // namespace vxcam

@@ -1,0 +1,30 @@
+#include "VxCamApp.h"
+#include "VxCamFiles.h"
+#include "VxCamText.h"
+#include "VxCameraMath.h"
+
+namespace vxcam {
+
+int RunScale(const TArgs& args, TIo& io) {
+  std::string cameraPath;
+  std::string outputPath;
+  double factor = 1.0;
+  return RunCommand(
+      "scale", "vxcam.scale.summary", args, io,
+      [&](CLI::App& app) {
+        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        app.add_option("FACTOR", factor, Text("vxcam.arg.factor"))->required();
+        AddOutputOption(app, outputPath, "vxcam.opt.output_camera", true);
+      },
+      [&] {
+        TVxCameraInfo camera = LoadCamera(cameraPath);
+        ApplyDistortionMultiplier(&camera.distortion, factor);
+        SaveCamera(camera, outputPath);
+        ReportWritten(io, outputPath);
+        return kExitSuccess;
+      });
+}
+
+}  // namespace vxcam

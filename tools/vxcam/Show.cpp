@@ -1,0 +1,31 @@
+#include <ostream>
+
+#include "VxCamApp.h"
+#include "VxCamFiles.h"
+#include "VxCamFormat.h"
+#include "VxCamText.h"
+
+namespace vxcam {
+
+int RunShow(const TArgs& args, TIo& io) {
+  std::string cameraPath;
+  bool json = false;
+  return RunCommand(
+      "show", "vxcam.show.summary", args, io,
+      [&](CLI::App& app) {
+        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        AddJsonFlag(app, json);
+      },
+      [&] {
+        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        if (json)
+          WriteJson(io.out, CameraToJson(camera));
+        else
+          WriteRows(io.out, DescribeCamera(camera));
+        return kExitSuccess;
+      });
+}
+
+}  // namespace vxcam

@@ -1,0 +1,64 @@
+#pragma once
+// What every command shares: its CLI11 application with the common options, the errors that a
+// command reports, and the one place that turns them into messages and exit statuses.
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+#include "VxCamCommands.h"
+
+namespace vxcam {
+
+// Arguments that parse but make no sense together (an odd number of coordinates). Exit 2.
+class TUsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A file that cannot be read or written, named in the message. Exit 3. (The settings reader's
+// and writer's own errors, which name file, line, column and key, count as file errors too.)
+class TFileError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Content that was read but cannot be used: a distortion the geometry library refuses, a fit
+// that fails, a line of standard input that is not two numbers. Exit 4.
+class TContentError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Runs one command: a CLI11 application named "vxcam <name>" with the summary text of
+// `summaryKey`, the options --help and --lang, and what `define` adds; then `act`. Help goes to
+// io.out with status 0; a parse error, and the errors above, go to io.err as one message with
+// their status.
+int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo& io,
+               const std::function<void(CLI::App&)>& define, const std::function<int()>& act);
+
+// Adds --json to a command.
+void AddJsonFlag(CLI::App& app, bool& json);
+// Adds -o/--output, required or not.
+void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKey, bool required);
+
+// Tells the user on io.out that `path` was written.
+void ReportWritten(TIo& io, const std::string& path);
+
+// Calls `build` and turns what the library throws for bad content into TContentError naming
+// `path`. Errors of the settings files pass on unchanged.
+template <class F>
+auto WithContentOf(const std::string& path, F build) -> decltype(build()) {
+  try {
+    return build();
+  } catch (const TContentError&) {
+    throw;
+  } catch (const std::invalid_argument& e) {
+    throw TContentError(path + ": " + e.what());
+  } catch (const std::domain_error& e) {
+    throw TContentError(path + ": " + e.what());
+  }
+}
+
+}  // namespace vxcam

@@ -1,0 +1,65 @@
+#pragma once
+// The commands of the vxcam tool, one Run function each. main() is a table from command name to
+// these functions; the tests call them directly with string streams.
+//
+// Every Run function takes the arguments after the command name, parses them with CLI11, writes
+// data to io.out and diagnostics to io.err, and returns the exit status:
+//   0 success, 1 check not passed, 2 usage, 3 file error, 4 invalid content.
+// Texts for people are resource texts ("vxcam.*" keys) in the language in force (VX_LANG or
+// --lang). No command leaves a partial output file behind: files are written to a temporary
+// file in the target's folder and renamed over the target.
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace vxcam {
+
+enum TExitStatus : int {
+  kExitSuccess = 0,
+  kExitCheckFailed = 1,
+  kExitUsage = 2,
+  kExitFileError = 3,
+  kExitInvalidContent = 4,
+};
+
+// Where a command reads and writes.
+struct TIo {
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+};
+
+using TArgs = std::vector<std::string>;
+using TRunFunction = int (*)(const TArgs& args, TIo& io);
+
+// One row of the command table: the name typed by the user, the function, and the resource key
+// of the one-line summary shown by `vxcam --help`.
+struct TCommand {
+  const char* name;
+  TRunFunction run;
+  const char* summaryKey;
+};
+
+// vxcam show CAMERA [--json]
+int RunShow(const TArgs& args, TIo& io);
+// vxcam check CAMERA MEASUREMENTS [--json]
+int RunCheck(const TArgs& args, TIo& io);
+// vxcam transform CAMERA [X Y]... [--json]; without points, pairs from io.in.
+int RunTransform(const TArgs& args, TIo& io);
+// vxcam fit CAMERA --model formula|mixed [--radius R] [-o OUT] [--json]
+int RunFit(const TArgs& args, TIo& io);
+// vxcam scale CAMERA FACTOR -o OUT
+int RunScale(const TArgs& args, TIo& io);
+// vxcam new digital|dmc -o OUT
+int RunNew(const TArgs& args, TIo& io);
+// vxcam plot CAMERA -o FILE.svg
+int RunPlot(const TArgs& args, TIo& io);
+// vxcam demo [--examples DIR] [-o DIR]
+int RunDemo(const TArgs& args, TIo& io);
+
+// The whole program: global options (--help, --version, --lang) and the command found in
+// `commands` by argv[1..]. Starts and stops the library around the command.
+int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* argv, TIo& io);
+
+}  // namespace vxcam

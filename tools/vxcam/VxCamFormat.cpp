@@ -1,0 +1,321 @@
+#include "VxCamFormat.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <ostream>
+
+#include "VxCamText.h"
+
+namespace vxcam {
+
+std::string FormatNumber(double value, int digits) {
+  if (value == 0.0) return "0";  // also -0: a person does not need its sign
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+  return buffer;
+}
+
+std::string FormatFixed(double value, int decimals) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
+  return buffer;
+}
+
+std::string FormatPoint(const vec_t_<double, 2>& p, const std::string& unit) {
+  return "x = " + FormatNumber(p.x) + " " + unit + ", y = " + FormatNumber(p.y) + " " + unit;
+}
+
+std::size_t DisplayWidth(const std::string& text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0u) != 0x80u;
+  }));
+}
+
+void WriteRows(std::ostream& out, const TRows& rows) {
+  std::size_t column = 0;
+  for (const TRow& row : rows) {
+    if (row.label.empty() || row.value.empty()) continue;
+    column =
+        std::max(column, static_cast<std::size_t>(2 * row.indent) + DisplayWidth(row.label) + 2);
+  }
+  for (const TRow& row : rows) {
+    const std::size_t indent = static_cast<std::size_t>(2 * row.indent);
+    out << std::string(indent, ' ');
+    if (row.label.empty()) {
+      out << row.value << '\n';
+    } else if (row.value.empty()) {
+      out << row.label << ":\n";
+    } else {
+      out << row.label << ':' << std::string(column - indent - DisplayWidth(row.label), ' ')
+          << row.value << '\n';
+    }
+  }
+}
+
+std::string Columns(const std::vector<std::string>& cells, std::size_t width) {
+  std::string line;
+  for (const auto& cell : cells) {
+    const std::size_t shown = DisplayWidth(cell);
+    line += std::string(shown < width ? width - shown : 1, ' ') + cell;
+  }
+  return line;
+}
+
+namespace {
+
+std::string MmPower(int power) {
+  static const char* const kSuperscripts[] = {"⁰", "¹", "²", "³", "⁴", "⁵", "⁶", "⁷", "⁸", "⁹"};
+  std::string digits;
+  for (int p = power; p > 0; p /= 10) digits.insert(0, kSuperscripts[p % 10]);
+  return UnitsCamMmUserTextAbbr() + "⁻" + digits;
+}
+
+void AddSeries(std::vector<TCoefficient>& list, const char* prefix, int first, const double* values,
+               int count, int firstPower, int powerStep) {
+  for (int i = 0; i < count; ++i) {
+    const int power = firstPower + i * powerStep;
+    list.push_back(
+        {prefix + std::to_string(first + i), values[i], power > 0 ? MmPower(power) : ""});
+  }
+}
+
+std::vector<TCoefficient> FormulaCoefficients(const TVxCameraDistortion& d) {
+  std::vector<TCoefficient> list;
+  const double k[] = {d.k1, d.k2, d.k3, d.k4, d.k5};
+  AddSeries(list, "k", 1, k, 5, 2, 2);
+  const double p[] = {d.p1, d.p2};
+  AddSeries(list, "p", 1, p, 2, 1, 0);
+  list.push_back({"p3", d.p3, MmPower(2)});
+  list.push_back({"p4", d.p4, MmPower(4)});
+  for (const auto& [name, value] :
+       {std::pair{"b1", d.b1}, {"b2", d.b2}, {"a1", d.a1}, {"a2", d.a2}})
+    list.push_back({name, value, ""});
+  return list;
+}
+
+std::vector<TCoefficient> MixedCoefficients(const TVxCameraDistortion& d) {
+  std::vector<TCoefficient> list;
+  AddSeries(list, "a", 1, d.mixed.a, 7, 0, 0);
+  AddSeries(list, "b", 1, d.mixed.b, 7, 0, 0);
+  AddSeries(list, "c", 1, d.mixed.c, 7, 0, 0);
+  AddSeries(list, "K", 1, d.mixed.K, 3, 2, 2);
+  AddSeries(list, "P", 1, d.mixed.P, 2, 1, 0);
+  return list;
+}
+
+std::vector<TCoefficient> PolynomialCoefficients(const TVxCameraDistortion& d) {
+  std::vector<TCoefficient> list;
+  AddSeries(list, "K", 0, d.polyK, 8, 0, 2);
+  AddSeries(list, "P", 1, d.polyP, 2, 1, 0);
+  AddSeries(list, "P", 3, d.polyP + 2, 2, 3, 0);
+  return list;
+}
+
+// Width of a column of a distortion table.
+constexpr std::size_t kTableColumn = 10;
+
+std::string Micrometres(double mm) {
+  return FormatNumber(mm * 1000.0, 4);
+}
+
+void AddTableRows(TRows& rows, int indent,
+                  const std::vector<TVxCameraDistortion::T4Direction>& table,
+                  const char* headingKey) {
+  rows.push_back({indent, Text(headingKey), ""});
+  const std::string um = " [" + UnitsCamMkmUserTextAbbr() + "]";
+  rows.push_back({indent + 1, "",
+                  Columns({"r [" + UnitsCamMmUserTextAbbr() + "]", "dr0" + um, "dr1" + um,
+                           "dr2" + um, "dr3" + um},
+                          kTableColumn)});
+  for (const auto& row : table) {
+    std::vector<std::string> cells{FormatNumber(row.r)};
+    for (double dr : row.dr) cells.push_back(Micrometres(dr));
+    rows.push_back({indent + 1, "", Columns(cells, kTableColumn)});
+  }
+}
+
+}  // namespace
+
+std::vector<TCoefficient> DistortionCoefficients(const TVxCameraDistortion& distortion) {
+  switch (distortion.type) {
+    case TDistortionType::Formula:
+      return FormulaCoefficients(distortion);
+    case TDistortionType::Mixed:
+      return MixedCoefficients(distortion);
+    case TDistortionType::Polynomial:
+      return PolynomialCoefficients(distortion);
+    default:
+      return {};
+  }
+}
+
+TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
+  TRows rows{{indent, Text("vxcam.label.distortion"), DistortionTypeToUserText(distortion.type)}};
+  if (distortion.type == TDistortionType::None) return rows;
+  const std::string mm = UnitsCamMmUserTextAbbr();
+  rows.push_back({indent + 1, Text("vxcam.label.sense"),
+                  TVxCameraDistortion::DirectionToUserText(distortion.direction)});
+  rows.push_back(
+      {indent + 1, Text("vxcam.label.symmetry_point"), FormatPoint(distortion.symmetryPoint, mm)});
+  const auto coefficients = DistortionCoefficients(distortion);
+  bool zeros = false;
+  for (const auto& c : coefficients) {
+    if (c.value == 0.0) {
+      zeros = true;
+      continue;
+    }
+    rows.push_back(
+        {indent + 1, c.name, FormatNumber(c.value) + (c.unit.empty() ? "" : " " + c.unit)});
+  }
+  if (zeros) rows.push_back({indent + 1, "", Text("vxcam.text.other_coefficients_zero")});
+  if (distortion.type == TDistortionType::Radial) {
+    rows.push_back({indent + 1, Text("vxcam.label.table_r"), ""});
+    rows.push_back(
+        {indent + 2, "",
+         Columns({"r [" + mm + "]", "dr [" + UnitsCamMkmUserTextAbbr() + "]"}, kTableColumn)});
+    for (const auto& row : distortion.tableR)
+      rows.push_back(
+          {indent + 2, "", Columns({FormatNumber(row.r), Micrometres(row.dr)}, kTableColumn)});
+  }
+  const auto type = distortion.type;
+  if (type == TDistortionType::Directed4Plus || type == TDistortionType::Directed8)
+    AddTableRows(rows, indent + 1, distortion.table4Plus, "vxcam.label.table_plus");
+  if (type == TDistortionType::Directed4X || type == TDistortionType::Directed8)
+    AddTableRows(rows, indent + 1, distortion.table4X, "vxcam.label.table_x");
+  return rows;
+}
+
+namespace {
+
+void DescribeMarks(TRows& rows, const TVxCameraInfo& camera) {
+  const std::string mm = UnitsCamMmUserTextAbbr();
+  rows.push_back({0, Text("vxcam.label.marks"), CameraTypeToUserText(camera.cameraType)});
+  switch (camera.cameraType) {
+    case TCameraType::Fiducials:
+      for (const auto& mark : camera.fiducials)
+        rows.push_back({1, Text("vxcam.label.mark") + " " + std::to_string(mark.index),
+                        FormatPoint(mark.coordsCam, mm)});
+      break;
+    case TCameraType::CalibratedCross:
+      rows.push_back({1, Text("vxcam.label.cross_lengths"),
+                      "x = " + FormatNumber(camera.lengthX) + " " + mm +
+                          ", y = " + FormatNumber(camera.lengthY) + " " + mm});
+      break;
+    case TCameraType::Digital:
+      rows.push_back({1, Text("vxcam.label.sensor"),
+                      std::to_string(camera.sensorDims.x) + " x " +
+                          std::to_string(camera.sensorDims.y) + " " + UnitsPixUserTextAbbr()});
+      rows.push_back({1, Text("vxcam.label.pixel_size"), FormatPoint(camera.pixelSize, mm)});
+      rows.push_back({1, Text("vxcam.label.pixel_origin"),
+                      DigitalCameraOriginToTextE(camera.digitalCameraOrigin, "")});
+      break;
+    default:
+      break;
+  }
+  if (!camera.fiducialTemplateId.empty())
+    rows.push_back({1, Text("vxcam.label.templates"), camera.fiducialTemplateId});
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::string line;
+  for (char c : text) {
+    if (c == '\r') continue;
+    if (c == '\n') {
+      lines.push_back(line);
+      line.clear();
+    } else {
+      line += c;
+    }
+  }
+  if (!line.empty()) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace
+
+TRows DescribeCamera(const TVxCameraInfo& camera) {
+  const std::string mm = UnitsCamMmUserTextAbbr();
+  TRows rows{{0, Text("vxcam.label.name"), camera.name},
+             {0, Text("vxcam.label.calibration_date"), camera.calibrationDate}};
+  const auto description = Lines(camera.description);
+  if (!description.empty()) {
+    rows.push_back({0, Text("vxcam.label.description"), ""});
+    for (const auto& line : description) rows.push_back({1, "", line});
+  }
+  DescribeMarks(rows, camera);
+  rows.push_back({0, Text("vxcam.label.focus"), FormatNumber(camera.focus) + " " + mm});
+  rows.push_back({0, Text("vxcam.label.principal_point"), FormatPoint(camera.principalPoint, mm)});
+  const TRows distortion = DescribeDistortion(camera.distortion, 0);
+  rows.insert(rows.end(), distortion.begin(), distortion.end());
+  return rows;
+}
+
+nlohmann::json PointToJson(const vec_t_<double, 2>& p) {
+  return {{"x", p.x}, {"y", p.y}};
+}
+
+namespace {
+
+nlohmann::json DirectedTableToJson(const std::vector<TVxCameraDistortion::T4Direction>& table) {
+  nlohmann::json rows = nlohmann::json::array();
+  for (const auto& row : table)
+    rows.push_back({{"r", row.r}, {"dr", {row.dr[0], row.dr[1], row.dr[2], row.dr[3]}}});
+  return rows;
+}
+
+}  // namespace
+
+nlohmann::json DistortionToJson(const TVxCameraDistortion& distortion) {
+  nlohmann::json json = {{"type", DistortionTypeToTextE(distortion.type, "")}};
+  if (distortion.type == TDistortionType::None) return json;
+  json["direction"] = TVxCameraDistortion::DirectionToTextE(distortion.direction, "");
+  json["symmetry_point"] = PointToJson(distortion.symmetryPoint);
+  nlohmann::json coefficients = nlohmann::json::object();
+  for (const auto& c : DistortionCoefficients(distortion)) coefficients[c.name] = c.value;
+  if (!coefficients.empty()) json["coefficients"] = coefficients;
+  if (distortion.type == TDistortionType::Radial) {
+    json["table_r"] = nlohmann::json::array();
+    for (const auto& row : distortion.tableR)
+      json["table_r"].push_back({{"r", row.r}, {"dr", row.dr}});
+  }
+  const auto type = distortion.type;
+  if (type == TDistortionType::Directed4Plus || type == TDistortionType::Directed8)
+    json["table_+"] = DirectedTableToJson(distortion.table4Plus);
+  if (type == TDistortionType::Directed4X || type == TDistortionType::Directed8)
+    json["table_x"] = DirectedTableToJson(distortion.table4X);
+  return json;
+}
+
+nlohmann::json CameraToJson(const TVxCameraInfo& camera) {
+  nlohmann::json json = {{"name", camera.name},
+                         {"calibration_date", camera.calibrationDate},
+                         {"description", camera.description},
+                         {"camera_type", CameraTypeToTextE(camera.cameraType, "")},
+                         {"focus", camera.focus},
+                         {"principal_point", PointToJson(camera.principalPoint)}};
+  if (camera.cameraType == TCameraType::Fiducials) {
+    json["fiducials"] = nlohmann::json::array();
+    for (const auto& mark : camera.fiducials)
+      json["fiducials"].push_back(
+          {{"index", mark.index}, {"coords_cam", PointToJson(mark.coordsCam)}});
+  } else if (camera.cameraType == TCameraType::CalibratedCross) {
+    json["length_x"] = camera.lengthX;
+    json["length_y"] = camera.lengthY;
+  } else if (camera.cameraType == TCameraType::Digital) {
+    json["sensor_dims"] = {{"x", camera.sensorDims.x}, {"y", camera.sensorDims.y}};
+    json["pixel_size"] = PointToJson(camera.pixelSize);
+    json["digital_camera_origin"] = DigitalCameraOriginToTextE(camera.digitalCameraOrigin, "");
+  }
+  json["distortion"] = DistortionToJson(camera.distortion);
+  return json;
+}
+
+void WriteJson(std::ostream& out, const nlohmann::json& value) {
+  // Invalid UTF-8 in a name becomes U+FFFD rather than an exception.
+  out << value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace vxcam

@@ -1,0 +1,20 @@
+// vxcam: the command-line tool of VxCameraUtils. main is the table of commands; their code lives
+// in the VxCamTool library.
+#include <iostream>
+
+#include "VxCamCommands.h"
+
+int main(int argc, char** argv) {
+  const std::vector<vxcam::TCommand> commands = {
+      {"show", vxcam::RunShow, "vxcam.show.summary"},
+      {"check", vxcam::RunCheck, "vxcam.check.summary"},
+      {"transform", vxcam::RunTransform, "vxcam.transform.summary"},
+      {"fit", vxcam::RunFit, "vxcam.fit.summary"},
+      {"scale", vxcam::RunScale, "vxcam.scale.summary"},
+      {"new", vxcam::RunNew, "vxcam.new.summary"},
+      {"plot", vxcam::RunPlot, "vxcam.plot.summary"},
+      {"demo", vxcam::RunDemo, "vxcam.demo.summary"},
+  };
+  vxcam::TIo io{std::cin, std::cout, std::cerr};
+  return vxcam::RunMain(commands, argc, argv, io);
+}
