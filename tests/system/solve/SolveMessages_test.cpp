@@ -1,0 +1,398 @@
+// SolveIntOr's warnings and failures: each produced by a case of its own, in English and in
+// German, with its localised text word for word; a failure changes neither record nor solution.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "SolveTestSupport.h"
+#include "VxIntOrSolve.h"
+#include "VxRecordBytes.h"
+#include "VxResourceGuards.h"
+
+namespace {
+
+using namespace solve_test;
+
+const char* const kLanguages[] = {"en", "de"};
+
+// The four corner marks of the RC10 and a record of them scanned as `terms` say.
+TVxCameraInfo FourMarkCamera() {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  const double marks[4][2] = {
+      {-105.993, -106.006}, {106.001, 106.002}, {-106.015, 105.982}, {106.015, -106.006}};
+  for (int i = 0; i < 4; ++i) camera.fiducials.push_back({i + 1, {marks[i][0], marks[i][1]}, 0});
+  return camera;
+}
+
+// A réseau of 5 x 5 marks 50 mm apart, numbered row by row from 1.
+TVxCameraInfo GridCamera() {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  for (int r = 0; r < 5; ++r) {
+    for (int c = 0; c < 5; ++c) {
+      camera.fiducials.push_back({r * 5 + c + 1, {-100.0 + 50.0 * c, 100.0 - 50.0 * r}, 0});
+    }
+  }
+  return camera;
+}
+
+TVxIntOrMeas Scan(const TVxCameraInfo& camera, const TTerms& terms, TTransformType type) {
+  const TMatrix camToPix = Inverse(PixToCam(terms));
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Fiducials;
+  meas.rotation = TCamRotate::Rotate0;
+  meas.transformType = type;
+  for (const auto& f : camera.fiducials)
+    meas.marks.push_back({f.index, Apply(camToPix, f.coordsCam), {}});
+  return meas;
+}
+
+// The keys of a solution's warnings.
+std::vector<std::string> Keys(const TVxIntOrSolution& solution) {
+  std::vector<std::string> keys;
+  for (const auto& w : solution.warnings) keys.push_back(w.key);
+  return keys;
+}
+
+// Solves in both languages and expects exactly the warnings `keys`, each with its text.
+void ExpectWarnings(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
+                    const std::vector<std::string>& keys,
+                    const TVxIntOrSolveOptions& options = TVxIntOrSolveOptions()) {
+  for (const char* language : kLanguages) {
+    SCOPED_TRACE(language);
+    ScopedResLanguage scope(language);
+    TVxIntOrMeas copy = meas;
+    TVxIntOrSolution solution;
+    std::string message = "before";
+    ASSERT_TRUE(SolveIntOr(&copy, camera, options, &solution, &message));
+    EXPECT_EQ(message, "before");
+    EXPECT_EQ(Keys(solution), keys);
+    for (const auto& w : solution.warnings) {
+      EXPECT_EQ(w.text, ResText(w.key, language));
+      EXPECT_FALSE(w.text.empty());
+    }
+  }
+  EXPECT_NE(ResText(keys.back(), "en"), ResText(keys.back(), "de"));
+}
+
+// Solves in both languages and expects the failure `key`, with the record and a solution that
+// held an earlier result unchanged.
+void ExpectFailure(const TVxIntOrMeas& meas, const TVxCameraInfo& camera, const std::string& key,
+                   const TVxIntOrSolveOptions& options = TVxIntOrSolveOptions()) {
+  // An earlier solution of another image, which the failure must leave alone.
+  const TVxCameraInfo other = FourMarkCamera();
+  TVxIntOrMeas otherMeas = Scan(other, TTerms(), TTransformType::Affine);
+  TVxIntOrSolution earlier;
+  ASSERT_TRUE(SolveIntOr(&otherMeas, other, &earlier, nullptr));
+  for (const char* language : kLanguages) {
+    SCOPED_TRACE(language);
+    ScopedResLanguage scope(language);
+    TVxIntOrMeas copy = meas;
+    TVxIntOrSolution solution = earlier;
+    std::string message = "before";
+    EXPECT_FALSE(SolveIntOr(&copy, camera, options, &solution, &message));
+    EXPECT_EQ(message, ResText(key, language));
+    EXPECT_FALSE(message.empty());
+    EXPECT_EQ(vx_test::RecordBytes(copy), vx_test::RecordBytes(meas));
+    EXPECT_EQ(solution.pixToCam.get(), earlier.pixToCam.get());
+    EXPECT_EQ(solution.residuals.size(), earlier.residuals.size());
+    // Without a message: the same result, nothing else.
+    EXPECT_FALSE(SolveIntOr(&copy, camera, options, &solution, nullptr));
+  }
+  EXPECT_NE(ResText(key, "en"), ResText(key, "de"));
+}
+
+// ---- Warnings --------------------------------------------------------------------------------
+
+TEST(SolveWarnings, AMirroredScanIsReported) {
+  TTerms terms;
+  terms.mirrored = true;
+  const TVxCameraInfo camera = FourMarkCamera();
+  ExpectWarnings(Scan(camera, terms, TTransformType::Affine), camera,
+                 {"global.Warn_IntOrMirrored"});
+}
+
+TEST(SolveWarnings, ARotationOffByMoreThan45DegreesNamesTheRotationThatFits) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  const char* const keys[] = {"global.Warn_IntOrRotationFits0", "global.Warn_IntOrRotationFits90",
+                              "global.Warn_IntOrRotationFits180",
+                              "global.Warn_IntOrRotationFits270"};
+  for (int quarter = 0; quarter < 4; ++quarter) {
+    SCOPED_TRACE(quarter);
+    TTerms terms;
+    terms.rotationDeg = quarter * 90.0 + 0.3;
+    TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+    // The record says the opposite quarter.
+    meas.rotation = static_cast<TCamRotate>((quarter + 2) % 4 + 1);
+    ExpectWarnings(meas, camera, {keys[quarter]});
+  }
+}
+
+TEST(SolveWarnings, ARotationWithin45DegreesOfTheRecordIsNotReported) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TTerms terms;
+  terms.rotationDeg = 44.9;
+  TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(solution.warnings.empty());
+  EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate0);
+  // Not set: nothing to disagree with.
+  terms.rotationDeg = 180.0;
+  meas = Scan(camera, terms, TTransformType::Similarity);
+  meas.rotation = static_cast<TCamRotate>(0);
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(solution.warnings.empty());
+  EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
+}
+
+TEST(SolveWarnings, AScaleMoreThanOnePercentFromTheScanResolutionIsReported) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
+  meas.scanResolution = {0.0125, 0.0127};                              // y 1.6 % off
+  ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
+  meas.resolutionUnits = TResolutionUnits::Dpi;
+  meas.scanResolution = {2000.0, 2032.0};  // x 1.6 % off
+  ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
+}
+
+TEST(SolveWarnings, AScaleWithinOnePercentOrWithoutResolutionIsNotReported) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  TVxIntOrSolution solution;
+  for (const TPoint resolution : {TPoint{0.0126, 0.0124}, TPoint{0.0, 0.0}}) {
+    meas.scanResolution = resolution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    EXPECT_TRUE(solution.warnings.empty());
+  }
+  meas.resolutionUnits = TResolutionUnits::Dpi;
+  meas.scanResolution = {2032.0, 2032.0};
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(solution.warnings.empty());
+}
+
+TEST(SolveWarnings, ACalibratedCrossComparesItsScaleWithTheScanResolution) {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::CalibratedCross;
+  camera.lengthX = 220.0;
+  camera.lengthY = 220.0;
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::CalibratedCross;
+  meas.marks = {{1, {800.0, 9600.0}, {}},
+                {2, {18400.0, 9600.0}, {}},
+                {3, {9600.0, 800.0}, {}},
+                {4, {9600.0, 18400.0}, {}}};  // 220 mm over 17600 px: 12.5 micrometres
+  meas.scanResolution = {0.0125, 0.0125};
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(solution.warnings.empty());
+  meas.scanResolution = {0.012, 0.0125};
+  ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
+}
+
+TEST(SolveWarnings, AResidualAboveTheCallersLimitIsReportedWithItsMark) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Similarity);
+  meas.marks[2].coordsPix.x += 1.0;  // 12.5 micrometres off; the fit spreads it over all four
+  TVxIntOrSolveOptions options;
+  options.residualLimitUm = 5.0;
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+  EXPECT_EQ(solution.residualLimitUm, 5.0);
+  std::vector<std::int32_t> flagged;
+  for (const auto& w : solution.warnings) {
+    EXPECT_EQ(w.key, "global.Warn_IntOrLargeResidual");
+    ASSERT_TRUE(w.markIndex.has_value());
+    flagged.push_back(*w.markIndex);
+  }
+  ASSERT_FALSE(flagged.empty());
+  for (std::size_t i = 0; i < 4; ++i) {
+    const auto& r = solution.residuals[i];
+    const bool isFlagged = std::find(flagged.begin(), flagged.end(), r.index) != flagged.end();
+    EXPECT_EQ(r.aboveLimit, r.lengthUm > 5.0);
+    EXPECT_EQ(isFlagged, r.aboveLimit);
+  }
+  EXPECT_TRUE(solution.residuals[2].aboveLimit);
+  EXPECT_EQ(solution.largestIndex, 3);
+  ExpectWarnings(meas, camera,
+                 std::vector<std::string>(flagged.size(), "global.Warn_IntOrLargeResidual"),
+                 options);
+}
+
+TEST(SolveWarnings, TheDefaultLimitIsThreeTimesTheRmsAndAtLeastTenMicrometres) {
+  const TVxCameraInfo camera = GridCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  // Small noise everywhere, then mark 7 off by 5 px (62.5 micrometres).
+  std::mt19937 random(5);  // fixed seed
+  std::normal_distribution<double> noise(0.0, 0.05);
+  for (auto& m : meas.marks) m.coordsPix += TPoint{noise(random), noise(random)};
+  meas.marks[6].coordsPix.y += 5.0;
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_DOUBLE_EQ(solution.residualLimitUm, std::max(3.0 * solution.rmsUm, 10.0));
+  EXPECT_GT(solution.residualLimitUm, 10.0);
+  ASSERT_EQ(solution.warnings.size(), 1u);
+  EXPECT_EQ(solution.warnings[0].markIndex, 7);
+  ExpectWarnings(meas, camera, {"global.Warn_IntOrLargeResidual"});
+  // Without the outlier the RMS is far below 10 / 3 micrometres: the floor holds, no warning.
+  meas.marks[6].coordsPix.y -= 5.0;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_EQ(solution.residualLimitUm, 10.0);
+  EXPECT_TRUE(solution.warnings.empty());
+}
+
+TEST(SolveWarnings, NotAllFiducialsMeasuredIsCarriedIntoTheSolution) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  meas.marks.pop_back();
+  ExpectWarnings(meas, camera, {"global.Warn_NotAllFidMeasured"});
+}
+
+TEST(SolveWarnings, SeveralWarningsComeInTheirOrder) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TTerms terms;
+  terms.mirrored = true;
+  terms.rotationDeg = 90.0;
+  terms.scaleXUm = 13.0;
+  TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Affine);
+  meas.marks.pop_back();
+  meas.scanResolution = {0.0125, 0.0125};
+  ExpectWarnings(meas, camera,
+                 {"global.Warn_NotAllFidMeasured", "global.Warn_IntOrMirrored",
+                  "global.Warn_IntOrRotationFits90", "global.Warn_IntOrScale"});
+}
+
+// ---- Failures --------------------------------------------------------------------------------
+
+TEST(SolveFailures, ARecordThatIsNotReadyGivesTheReadinessMessage) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  ExpectFailure(TVxIntOrMeas(), camera, "global.Err_MeasurementsNotPerformed");
+  TVxIntOrMeas one = Scan(camera, TTerms(), TTransformType::Similarity);
+  one.marks.resize(1);
+  ExpectFailure(one, camera, "global.Err_NFidLessMin");
+}
+
+TEST(SolveFailures, TooFewMarksForTheTransform) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  meas.marks.resize(2);
+  ExpectFailure(meas, camera, "global.Err_IntOrTooFewAffine");
+  meas.marks.push_back(meas.marks[0]);  // a third mark, but of a fiducial measured already
+  ExpectFailure(meas, camera, "global.Err_IntOrTooFewAffine");
+  meas = Scan(camera, TTerms(), TTransformType::Projective);
+  meas.marks.resize(3);
+  ExpectFailure(meas, camera, "global.Err_IntOrTooFewProjective");
+}
+
+TEST(SolveFailures, CrossMarksOtherThanOneToFourEachOnce) {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Cross;
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Cross;
+  meas.scanResolution = {0.0125, 0.0125};
+  meas.marks = {
+      {1, {800, 9600}, {}}, {2, {18400, 9600}, {}}, {3, {9600, 800}, {}}, {3, {9600, 18400}, {}}};
+  ExpectFailure(meas, camera, "global.Err_IntOrCrossMarks");
+  meas.marks[3].index = 5;
+  ExpectFailure(meas, camera, "global.Err_IntOrCrossMarks");
+  meas.marks[3].index = 4;
+  TVxIntOrSolution solution;
+  EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+}
+
+TEST(SolveFailures, ACalibratedCrossWithoutLengths) {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::CalibratedCross;
+  camera.lengthX = 220.0;
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::CalibratedCross;
+  meas.marks = {
+      {1, {800, 9600}, {}}, {2, {18400, 9600}, {}}, {3, {9600, 800}, {}}, {4, {9600, 18400}, {}}};
+  ExpectFailure(meas, camera, "global.Err_IntOrCrossLengths");
+  camera.lengthY = -1.0;
+  ExpectFailure(meas, camera, "global.Err_IntOrCrossLengths");
+}
+
+TEST(SolveFailures, ADigitalCameraWithoutPixelOrSensorSize) {
+  TVxCameraInfo camera = CreateDefaultDMCCamera();
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Digital;
+  meas.rotation = TCamRotate::Rotate0;
+  TVxIntOrSolution solution;
+  EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  camera.pixelSize.y = 0.0;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+  camera = CreateDefaultDMCCamera();
+  camera.sensorDims.x = 0;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+}
+
+TEST(SolveFailures, ValuesThatAreNotFiniteNumbers) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double inf = std::numeric_limits<double>::infinity();
+  TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  meas.marks[1].coordsPix.y = nan;
+  ExpectFailure(meas, camera, "global.Err_IntOrNotFinite");
+  meas = Scan(camera, TTerms(), TTransformType::Affine);
+  camera.fiducials[3].coordsCam.x = inf;
+  ExpectFailure(meas, camera, "global.Err_IntOrNotFinite");
+  // A scan resolution that is not a number passes the readiness check, not this one.
+  TVxCameraInfo ppCamera;
+  ppCamera.cameraType = TCameraType::PrincipalPoint;
+  TVxIntOrMeas pp;
+  pp.cameraType = TCameraType::PrincipalPoint;
+  pp.rotation = TCamRotate::Rotate0;
+  pp.marks = {{1, {9600, 9600}, {}}};
+  pp.scanResolution = {0.0125, nan};
+  ASSERT_TRUE(pp.IntOrReady(ppCamera, nullptr));
+  ExpectFailure(pp, ppCamera, "global.Err_IntOrNotFinite");
+}
+
+TEST(SolveFailures, MarksThatDoNotDetermineTheTransform) {
+  // Three fiducials on one line cannot fix an affine transform.
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  camera.fiducials = {
+      {1, {-100, -100}, 0}, {2, {0, 0}, 0}, {3, {100, 100}, 0}, {4, {100, -100}, 0}};
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  meas.marks.pop_back();
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  // Two fiducials with one calibrated position.
+  camera.fiducials[1].coordsCam = camera.fiducials[0].coordsCam;
+  meas = Scan(camera, TTerms(), TTransformType::Similarity);
+  meas.marks.resize(2);
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  // A cross whose arms are parallel.
+  TVxCameraInfo cross;
+  cross.cameraType = TCameraType::Cross;
+  TVxIntOrMeas arms;
+  arms.cameraType = TCameraType::Cross;
+  arms.scanResolution = {0.0125, 0.0125};
+  arms.marks = {
+      {1, {800, 9600}, {}}, {2, {18400, 9600}, {}}, {3, {18000, 9600}, {}}, {4, {1000, 9600}, {}}};
+  ExpectFailure(arms, cross, "global.Err_IntOrDegenerate");
+}
+
+TEST(SolveFailures, AProjectiveFitThatDoesNotConvergeInTime) {
+  const TVxCameraInfo camera = GridCamera();
+  TTerms terms;
+  terms.perspective = {1e-6, 0.0};
+  TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Projective);
+  meas.marks[3].coordsPix.x += 3.0;
+  TVxIntOrSolveOptions options;
+  options.maxIterations = 1;
+  ExpectFailure(meas, camera, "global.Err_IntOrNoConvergence", options);
+  options.maxIterations = 50;
+  TVxIntOrSolution solution;
+  EXPECT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+}
+
+}  // namespace
