@@ -113,3 +113,14 @@ function(vx_add_fuzzer name)
         "${work}" "${ARG_CORPUS}")
   endif()
 endfunction()
+
+# vx_add_subfolders(): adds every subfolder of the current folder that has a CMakeLists.txt, so
+# that a new unit's tests, benchmark or fuzz target needs no edit of the folder above.
+function(vx_add_subfolders)
+  file(GLOB children LIST_DIRECTORIES true RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "*")
+  foreach(child IN LISTS children)
+    if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${child}/CMakeLists.txt")
+      add_subdirectory(${child})
+    endif()
+  endforeach()
+endfunction()

@@ -8,6 +8,7 @@
 #include "VxEOL.h"
 #include "VxRecordBytes.h"
 #include "VxSettingsText.h"
+#include "VxStrictLoad.h"
 #include "VxXIni.h"
 
 using vx_test::KeysOf;
@@ -42,16 +43,7 @@ TVxCameraInfo Marker() {
 // Loads `text` with the strict reader into a marker record; expects the reader's error naming
 // `key`, and the record unchanged.
 void ExpectStrictLoadFails(const std::string& text, const std::string& key) {
-  TVxCameraInfo target = Marker();
-  const std::string before = RecordBytes(target);
-  const auto reader = TVxXIniReader::FromText(text);
-  try {
-    target.LoadE(reader.get());
-    ADD_FAILURE() << "no error";
-  } catch (const TVxXIniReadError& e) {
-    EXPECT_NE(std::string(e.what()).find(key), std::string::npos) << e.what();
-  }
-  EXPECT_EQ(RecordBytes(target), before);
+  vx_test::ExpectLoadFailsAndKeepsTarget(Marker(), text, key);
 }
 
 std::string WithoutLine(std::string text, const std::string& start) {

@@ -9,6 +9,7 @@
 #include "VxMessage.h"
 #include "VxRecordBytes.h"
 #include "VxSettingsText.h"
+#include "VxStrictLoad.h"
 #include "VxXIni.h"
 
 using vx_test::KeysOf;
@@ -42,16 +43,7 @@ TVxCameraDistortion Marker() {
 }
 
 void ExpectLoadFailsAndKeepsTarget(const std::string& text, const std::string& inMessage) {
-  TVxCameraDistortion target = Marker();
-  const std::string before = RecordBytes(target);
-  const auto reader = TVxXIniReader::FromText(text);
-  try {
-    target.LoadE(reader.get());
-    ADD_FAILURE() << "no error for:\n" << text;
-  } catch (const TVxXIniReadError& e) {
-    EXPECT_NE(std::string(e.what()).find(inMessage), std::string::npos) << e.what();
-  }
-  EXPECT_EQ(RecordBytes(target), before);
+  vx_test::ExpectLoadFailsAndKeepsTarget(Marker(), text, inMessage);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "VxIntOrMeas.h"
 #include "VxRecordBytes.h"
 #include "VxSettingsText.h"
+#include "VxStrictLoad.h"
 #include "VxXIni.h"
 
 using vx_test::KeysOf;
@@ -48,16 +49,7 @@ TVxIntOrMeas Marker() {
 }
 
 void ExpectLoadFailsAndKeeps(const std::string& text, const std::string& inMessage) {
-  TVxIntOrMeas target = Marker();
-  const std::string before = RecordBytes(target);
-  const auto reader = TVxXIniReader::FromText(text);
-  try {
-    target.LoadE(reader.get());
-    ADD_FAILURE() << "no error";
-  } catch (const TVxXIniReadError& e) {
-    EXPECT_NE(std::string(e.what()).find(inMessage), std::string::npos) << e.what();
-  }
-  EXPECT_EQ(RecordBytes(target), before);
+  vx_test::ExpectLoadFailsAndKeepsTarget(Marker(), text, inMessage);
 }
 
 }  // namespace
