@@ -60,7 +60,7 @@ TMatrix Multiply(const TMatrix& a, const TMatrix& b) {
 }
 
 // The affine matrix (last row 0, 0, 1) of x' = L x + t.
-TMatrix Affine(double l00, double l01, double t0, double l10, double l11, double t1) {
+constexpr TMatrix Affine(double l00, double l01, double t0, double l10, double l11, double t1) {
   return {l00, l01, t0, l10, l11, t1, 0.0, 0.0, 1.0};
 }
 
@@ -112,19 +112,22 @@ double WrapDegrees(double a) {
 }
 
 // Pixel coordinates to the y-up pixel frame: the row counts downwards, the camera's y upwards.
-const TMatrix kFlipY = Affine(1.0, 0.0, 0.0, 0.0, -1.0, 0.0);
+constexpr TMatrix kFlipY = Affine(1.0, 0.0, 0.0, 0.0, -1.0, 0.0);
 
-// The rotation of the camera against the image by the record's quarter turns: the image is
-// turned counter-clockwise by `rotation`, so the camera sees it turned back, R(-rotation).
+// R(-rotation): an image turned counter-clockwise by `rotation` against the camera is turned
+// back onto the camera's axes.
 TMatrix RotationBack(double rotationRad) {
   const double c = std::cos(rotationRad), s = std::sin(rotationRad);
   return Affine(c, s, 0.0, -s, c, 0.0);
 }
 
-// Exact quarter turns: cos and sin of multiples of pi/2 are not exactly 0 and 1 in double.
-double QuarterTurnRad(TCamRotate rotation) {
-  return (static_cast<int>(rotation) - 1) * (kPi / 2.0);
+// The record's rotation in degrees.
+double QuarterTurnDeg(TCamRotate rotation) {
+  return (static_cast<int>(rotation) - 1) * 90.0;
 }
+
+// R(-rotation) for the record's quarter turns, written out: the cos and sin of multiples of
+// pi / 2 are not exactly 0 and 1 in double.
 TMatrix QuarterTurnBack(TCamRotate rotation) {
   switch (rotation) {
     case TCamRotate::Rotate90:
@@ -624,7 +627,7 @@ void AddWarnings(const TVxIntOrMeas& meas, const TVxCameraInfo& camera, const TM
   if (s->mirrored) AddWarning(s, "global.Warn_IntOrMirrored");
   const auto rotation = static_cast<std::int32_t>(meas.rotation);
   if (model.rotationFromMarks && rotation >= 1 && rotation <= 4) {
-    const double recorded = QuarterTurnRad(meas.rotation) * kDegrees;
+    const double recorded = QuarterTurnDeg(meas.rotation);
     if (std::fabs(WrapDegrees(s->rotationDeg - recorded)) > kRotationWarnDeg) {
       static const char* const keys[] = {
           "global.Warn_IntOrRotationFits0", "global.Warn_IntOrRotationFits90",

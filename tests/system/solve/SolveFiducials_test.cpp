@@ -129,6 +129,26 @@ TEST(SolveFiducials, TheTwoHandlesAreInverseMaps) {
   }
 }
 
+TEST(SolveFiducials, ASecondSolveReplacesEverythingAndTheCallerOwnsTheHandles) {
+  const TVxCameraInfo camera = EightMarkCamera();
+  TTerms mirrored;
+  mirrored.mirrored = true;
+  TVxIntOrMeas first = ScanOf(camera, Inverse(PixToCam(mirrored)), TTransformType::Affine);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&first, camera, &solution, nullptr));
+  ASSERT_EQ(solution.warnings.size(), 1u);
+  TVxIntOrMeas second = ScanOf(camera, Inverse(PixToCam(TTerms())), TTransformType::Affine);
+  second.marks.resize(5);
+  ASSERT_TRUE(SolveIntOr(&second, camera, &solution, nullptr));
+  // Only the warning of this image: five of the eight marks measured.
+  ASSERT_EQ(solution.warnings.size(), 1u);
+  EXPECT_EQ(solution.warnings[0].key, "global.Warn_NotAllFidMeasured");
+  EXPECT_FALSE(solution.mirrored);
+  EXPECT_EQ(solution.residuals.size(), 5u);
+  EXPECT_EQ(solution.pixToCam.use_count(), 1);
+  EXPECT_EQ(solution.camToPix.use_count(), 1);
+}
+
 TEST(SolveFiducials, TwoMarksFitASimilarityWithoutReflection) {
   const TVxCameraInfo camera = EightMarkCamera();
   TTerms terms;
