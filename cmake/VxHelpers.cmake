@@ -86,11 +86,12 @@ function(vx_add_benchmark name)
   vx_set_warnings(${name})
 endfunction()
 
-# vx_add_fuzzer(<name> SOURCES ... [LIBS ...] [CORPUS dir] [RUNS n]): a libFuzzer program (clang).
+# vx_add_fuzzer(<name> SOURCES ... [LIBS ...] [CORPUS dir] [DICT file] [RUNS n]): a libFuzzer
+# program (clang), guided by an optional dictionary of the file's words.
 # With a seed corpus, ctest runs it for n inputs as <name>_smoke; new inputs go to a folder of
 # the build tree, never into the committed corpus.
 function(vx_add_fuzzer name)
-  cmake_parse_arguments(ARG "" "CORPUS;RUNS" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "CORPUS;RUNS;DICT" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
@@ -108,8 +109,12 @@ function(vx_add_fuzzer name)
     endif()
     set(work "${CMAKE_CURRENT_BINARY_DIR}/${name}_corpus")
     file(MAKE_DIRECTORY "${work}")
+    set(dict)
+    if(ARG_DICT)
+      set(dict "-dict=${ARG_DICT}")
+    endif()
     add_test(NAME ${name}_smoke
-      COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -timeout=10 -rss_limit_mb=2048
+      COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -timeout=10 -rss_limit_mb=2048 ${dict}
         "${work}" "${ARG_CORPUS}")
   endif()
 endfunction()
