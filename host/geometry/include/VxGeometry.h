@@ -11,6 +11,7 @@
 #include "VxPolynomialDistortion.h"
 #include "VxRadialDistortion.h"
 #include "VxTransform.h"
+#include "VxTransformGrid.h"
 #include "VxTransformHandle.h"
 #include "VxUnityTransform.h"
 #include "VxVec.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 
+#include "VxBatch.h"
 #include "VxInverseSolver.h"
 
 TCombinedTransform::TCombinedTransform(const TCombinedTransform& other) : TVx2DTransform(other) {
@@ -25,6 +26,12 @@ std::unique_ptr<TVx2DTransform> TCombinedTransform::Clone() const {
 
 std::size_t TCombinedTransform::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                 std::size_t n) const {
+  // A camera's camera-to-millimetre transform (a shift, then a formula model): one fused loop.
+  const TFormulaDistortion* model = nullptr;
+  const TAffineTransform* first = nullptr;
+  if (vx_geometry_detail::AsFormulaChain(*this, model, first)) {
+    return vx_geometry_detail::MapFormula(*model, first, in, out, n);
+  }
   if (members_.empty()) {
     if (in != out) std::copy(in, in + n, out);
   } else {

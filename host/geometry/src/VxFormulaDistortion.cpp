@@ -1,53 +1,309 @@
 #include "VxFormulaDistortion.h"
 
+#include <algorithm>
+#include <cstring>
+
+#include "VxAffineTransform.h"
+#include "VxBatch.h"
 #include "VxInverseSolver.h"
+#include "VxSimd.h"
 
 namespace {
 
-// The displacement of the formula model; the formula stands in the header.
+using vx_geometry_detail::TVec8;
+
+// The displacement of the formula model; the formula stands in the header. Templates over the
+// number type: double for one point, TVec8 for eight (see VxSimd.h). kBrown leaves out the terms
+// of k4, k5 and the profile (1 + p3 r^2 + p4 r^4), for a model whose k4, k5, p3, p4 are zero:
+// the radial, decentering and in-plane terms of most calibrations, with a quarter less
+// arithmetic. One-point and batch paths choose it alike (IsBrown).
+template <bool kBrown>
 struct TFormulaKernel {
   explicit TFormulaKernel(const TFormulaDistortion::TDistCoeff& c) : c_(c) {}
 
-  void Displace(double px, double py, double& dx, double& dy) const {
-    const double x = px - c_.centre.x;
-    const double y = py - c_.centre.y;
-    const double r2 = x * x + y * y;
-    const double radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * (c_.k3 + r2 * (c_.k4 + r2 * c_.k5))));
-    const double profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
-    const double tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
-    const double ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
-    dx = x * radial + profile * tx + c_.b1 * x + c_.b2 * y;
-    dy = y * radial + profile * ty + c_.a1 * x + c_.a2 * y;
+  // (Results through references: vectors are never passed by value, whose ABI differs between
+  // the instruction sets.)
+  template <class T>
+  __attribute__((always_inline)) void Radial(const T& r2, T& radial) const {
+    if constexpr (kBrown) {
+      radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
+    } else {
+      radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * (c_.k3 + r2 * (c_.k4 + r2 * c_.k5))));
+    }
+  }
+
+  template <class T>
+  __attribute__((always_inline)) void Displace(const T& px, const T& py, T& dx, T& dy) const {
+    const T x = px - c_.centre.x;
+    const T y = py - c_.centre.y;
+    const T r2 = x * x + y * y;
+    T radial;
+    Radial(r2, radial);
+    const T tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
+    const T ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
+    if constexpr (kBrown) {
+      dx = x * radial + tx + c_.b1 * x + c_.b2 * y;
+      dy = y * radial + ty + c_.a1 * x + c_.a2 * y;
+    } else {
+      const T profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
+      dx = x * radial + profile * tx + c_.b1 * x + c_.b2 * y;
+      dy = y * radial + profile * ty + c_.a1 * x + c_.a2 * y;
+    }
   }
 
   // The partial derivatives of the displacement.
-  void Jacobian(double px, double py, double& jxx, double& jxy, double& jyx, double& jyy) const {
-    const double x = px - c_.centre.x;
-    const double y = py - c_.centre.y;
-    const double r2 = x * x + y * y;
-    const double radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * (c_.k3 + r2 * (c_.k4 + r2 * c_.k5))));
-    // d(radial)/d(r^2) and d(profile)/d(r^2); d(r^2)/dx = 2x.
-    const double radial1 =
-        c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3 + r2 * (4.0 * c_.k4 + r2 * 5.0 * c_.k5)));
-    const double profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
-    const double profile1 = c_.p3 + 2.0 * r2 * c_.p4;
-    const double tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
-    const double ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
-    const double txx = 6.0 * c_.p1 * x + 2.0 * c_.p2 * y;
-    const double txy = 2.0 * c_.p1 * y + 2.0 * c_.p2 * x;
-    const double tyx = 2.0 * c_.p2 * x + 2.0 * c_.p1 * y;
-    const double tyy = 6.0 * c_.p2 * y + 2.0 * c_.p1 * x;
-    jxx = radial + 2.0 * x * x * radial1 + 2.0 * x * profile1 * tx + profile * txx + c_.b1;
-    jxy = 2.0 * x * y * radial1 + 2.0 * y * profile1 * tx + profile * txy + c_.b2;
-    jyx = 2.0 * x * y * radial1 + 2.0 * x * profile1 * ty + profile * tyx + c_.a1;
-    jyy = radial + 2.0 * y * y * radial1 + 2.0 * y * profile1 * ty + profile * tyy + c_.a2;
+  template <class T>
+  __attribute__((always_inline)) void Jacobian(const T& px, const T& py, T& jxx, T& jxy, T& jyx,
+                                               T& jyy) const {
+    const T x = px - c_.centre.x;
+    const T y = py - c_.centre.y;
+    const T r2 = x * x + y * y;
+    T radial;
+    Radial(r2, radial);
+    const T txx = 6.0 * c_.p1 * x + 2.0 * c_.p2 * y;
+    const T txy = 2.0 * c_.p1 * y + 2.0 * c_.p2 * x;
+    const T tyx = 2.0 * c_.p2 * x + 2.0 * c_.p1 * y;
+    const T tyy = 6.0 * c_.p2 * y + 2.0 * c_.p1 * x;
+    if constexpr (kBrown) {
+      // d(radial)/d(r^2); d(r^2)/dx = 2x.
+      const T radial1 = c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3));
+      jxx = radial + 2.0 * x * x * radial1 + txx + c_.b1;
+      jxy = 2.0 * x * y * radial1 + txy + c_.b2;
+      jyx = 2.0 * x * y * radial1 + tyx + c_.a1;
+      jyy = radial + 2.0 * y * y * radial1 + tyy + c_.a2;
+    } else {
+      // d(radial)/d(r^2) and d(profile)/d(r^2); d(r^2)/dx = 2x.
+      const T radial1 =
+          c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3 + r2 * (4.0 * c_.k4 + r2 * 5.0 * c_.k5)));
+      const T profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
+      const T profile1 = c_.p3 + 2.0 * r2 * c_.p4;
+      const T tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
+      const T ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
+      jxx = radial + 2.0 * x * x * radial1 + 2.0 * x * profile1 * tx + profile * txx + c_.b1;
+      jxy = 2.0 * x * y * radial1 + 2.0 * y * profile1 * tx + profile * txy + c_.b2;
+      jyx = 2.0 * x * y * radial1 + 2.0 * x * profile1 * ty + profile * tyx + c_.a1;
+      jyy = radial + 2.0 * y * y * radial1 + 2.0 * y * profile1 * ty + profile * tyy + c_.a2;
+    }
   }
 
   // A copy, so that the compiler knows that writing results cannot change it.
   TFormulaDistortion::TDistCoeff c_;
 };
 
+bool IsBrown(const TFormulaDistortion::TDistCoeff& c) {
+  return c.k4 == 0.0 && c.k5 == 0.0 && c.p3 == 0.0 && c.p4 == 0.0;
+}
+
+// The affine map in front of the model, (a0 x + a1 y + a2, a3 x + a4 y + a5), written exactly as
+// TAffineTransform::TransformPoint writes it.
+template <class T>
+__attribute__((always_inline)) inline void ApplyAffine(const double* a, T& x, T& y) {
+  const T ax = a[0] * x + a[1] * y + a[2];
+  const T ay = a[3] * x + a[4] * y + a[5];
+  x = ax;
+  y = ay;
+}
+
+constexpr double kNewtonTolerance2 =
+    vx_geometry_detail::kNewtonTolerance * vx_geometry_detail::kNewtonTolerance;
+
+// The inverse of eight points in place: the fixed Newton steps in all lanes, then the damped
+// solver for the lanes they leave above the tolerance, as InversePoint does for one point.
+template <class Kernel>
+__attribute__((always_inline)) inline void Inverse8(const Kernel& kernel, TVec8& x, TVec8& y) {
+  constexpr std::size_t lanes = vx_geometry_detail::kLanes;
+  TVec8 qx, qy, f2;
+  vx_geometry_detail::FixedNewton(kernel, x, y, qx, qy, f2);
+  // f2 >= 0 in every lane: a sum within the tolerance means every lane converged.
+  if (!(vx_geometry_detail::LaneSum(f2) <= kNewtonTolerance2)) {
+    double f2s[lanes];
+    vx_geometry_detail::StoreLanes(f2s, f2);
+    double px[lanes], py[lanes], rx[lanes], ry[lanes];
+    vx_geometry_detail::StoreLanes(px, x);
+    vx_geometry_detail::StoreLanes(py, y);
+    vx_geometry_detail::StoreLanes(rx, qx);
+    vx_geometry_detail::StoreLanes(ry, qy);
+    for (std::size_t k = 0; k < lanes; ++k) {
+      if (f2s[k] <= kNewtonTolerance2) continue;
+      const vec_t_<double, 2> q = vx_geometry_detail::DampedInversePoint(kernel, {px[k], py[k]});
+      rx[k] = q.x;
+      ry[k] = q.y;
+    }
+    std::memcpy(&qx, rx, sizeof qx);
+    std::memcpy(&qy, ry, sizeof qy);
+  }
+  x = qx;
+  y = qy;
+}
+
+// The loop body of a batch: the affine map (when kAffine) and the model, forward or inverse,
+// for eight points and for one. Each lane of Map8 gives exactly Map1's bits.
+template <bool kBrown, bool kAffine, bool kInverse>
+struct TFormulaChain {
+  TFormulaKernel<kBrown> kernel;
+  double affine[6];
+
+  __attribute__((always_inline)) void Map8(TVec8& x, TVec8& y) const {
+    if constexpr (kAffine) ApplyAffine(affine, x, y);
+    if constexpr (kInverse) {
+      Inverse8(kernel, x, y);
+    } else {
+      TVec8 dx, dy;
+      kernel.Displace(x, y, dx, dy);
+      x = x + dx;
+      y = y + dy;
+    }
+  }
+
+  vec_t_<double, 2> Map1(double x, double y) const {
+    if constexpr (kAffine) ApplyAffine(affine, x, y);
+    if constexpr (kInverse) {
+      return vx_geometry_detail::InversePoint(kernel, {x, y});
+    } else {
+      return vx_geometry_detail::ForwardPoint(kernel, {x, y});
+    }
+  }
+};
+
+// Marks eight results that are not finite: x - x is 0 for a finite x and NaN otherwise, so the
+// lanes of `marks` stay 0 until a result is NaN or infinite. A loop whose marks are not all 0
+// counts its NaN results again, point by point.
+__attribute__((always_inline)) inline void MarkNotFinite(const TVec8& x, const TVec8& y,
+                                                         TVec8& marks) {
+  marks += (x - x) + (y - y);
+}
+
+template <class Chain>
+__attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& chain,
+                                                                const vec_t_<double, 2>* in,
+                                                                vec_t_<double, 2>* out,
+                                                                std::size_t n) {
+  constexpr std::size_t lanes = vx_geometry_detail::kLanes;
+  TVec8 marks{};
+  std::size_t i = 0;
+  for (; i + lanes <= n; i += lanes) {
+    TVec8 x, y;
+    vx_geometry_detail::LoadPoints(in + i, x, y);
+    chain.Map8(x, y);
+    vx_geometry_detail::StorePoints(out + i, x, y);
+    MarkNotFinite(x, y, marks);
+  }
+  std::size_t nan =
+      vx_geometry_detail::LaneSum(marks) == 0.0 ? 0 : vx_geometry_detail::CountNaNPoints(out, i);
+  for (; i < n; ++i) {
+    out[i] = chain.Map1(in[i].x, in[i].y);
+    if (IsNaNPoint(out[i])) ++nan;
+  }
+  return nan;
+}
+
+// The points of the grid are generated here, in registers, with the arithmetic of
+// TransformGrid's other path: x0 + i dx and y0 + j dy.
+template <class Chain>
+__attribute__((always_inline)) inline std::size_t MapGridLoop(const Chain& chain,
+                                                              const TVxPointGrid& grid,
+                                                              vec_t_<double, 2>* out) {
+  constexpr std::size_t lanes = vx_geometry_detail::kLanes;
+  const TVec8 offsets = {0, 1, 2, 3, 4, 5, 6, 7};
+  TVec8 marks{};
+  std::size_t nan = 0;
+  for (std::size_t row = 0; row < grid.rows; ++row) {
+    const double y0 = grid.y0 + static_cast<double>(row) * grid.dy;
+    vec_t_<double, 2>* line = out + row * grid.columns;
+    std::size_t i = 0;
+    for (; i + lanes <= grid.columns; i += lanes) {
+      // i + k is exact in double, so each lane is x0 + (i + k) dx; y0 - 0 is y0, -0 included.
+      TVec8 x = grid.x0 + (static_cast<double>(i) + offsets) * grid.dx;
+      TVec8 y = y0 - TVec8{};
+      chain.Map8(x, y);
+      vx_geometry_detail::StorePoints(line + i, x, y);
+      MarkNotFinite(x, y, marks);
+    }
+    for (; i < grid.columns; ++i) {
+      line[i] = chain.Map1(grid.x0 + static_cast<double>(i) * grid.dx, y0);
+      if (IsNaNPoint(line[i])) ++nan;
+    }
+  }
+  if (vx_geometry_detail::LaneSum(marks) == 0.0) return nan;
+  return vx_geometry_detail::CountNaNPoints(out, grid.rows * grid.columns);
+}
+
+// What a batch does, gathered from the model and the affine map in front of it. Chains are
+// built as locals of the cloned functions, so that the compiler sees that results written to
+// `out` cannot change the coefficients.
+struct TFormulaBatch {
+  TFormulaDistortion::TDistCoeff coefficients;
+  double affine[6];
+  bool hasAffine;
+};
+
+TFormulaBatch MakeBatch(const TFormulaDistortion& model, const TAffineTransform* first) {
+  TFormulaBatch batch{model.Coefficients(), {1.0, 0.0, 0.0, 0.0, 1.0, 0.0}, first != nullptr};
+  if (first != nullptr)
+    std::copy(first->Coefficients().begin(), first->Coefficients().end(), batch.affine);
+  return batch;
+}
+
+template <bool kBrown, bool kAffine, bool kInverse>
+TFormulaChain<kBrown, kAffine, kInverse> MakeChain(const TFormulaBatch& batch) {
+  TFormulaChain<kBrown, kAffine, kInverse> chain{TFormulaKernel<kBrown>(batch.coefficients), {}};
+  std::copy(batch.affine, batch.affine + 6, chain.affine);
+  return chain;
+}
+
+// Calls loop(chain) with the chain of the batch's options.
+template <class Loop>
+__attribute__((always_inline)) inline std::size_t Dispatch(const TFormulaBatch& batch,
+                                                           const Loop& loop) {
+  const bool inverse = batch.coefficients.inverse;
+  if (IsBrown(batch.coefficients)) {
+    if (batch.hasAffine) {
+      return inverse ? loop(MakeChain<true, true, true>(batch))
+                     : loop(MakeChain<true, true, false>(batch));
+    }
+    return inverse ? loop(MakeChain<true, false, true>(batch))
+                   : loop(MakeChain<true, false, false>(batch));
+  }
+  if (batch.hasAffine) {
+    return inverse ? loop(MakeChain<false, true, true>(batch))
+                   : loop(MakeChain<false, true, false>(batch));
+  }
+  return inverse ? loop(MakeChain<false, false, true>(batch))
+                 : loop(MakeChain<false, false, false>(batch));
+}
+
+VX_BATCH_CLONES
+std::size_t MapFormulaPoints(const TFormulaBatch& batch, const vec_t_<double, 2>* in,
+                             vec_t_<double, 2>* out, std::size_t n) {
+  // The loop is inlined here, so that it is compiled for this clone's instruction set.
+  return Dispatch(
+      batch, [&](const auto& chain)
+                 __attribute__((always_inline)) { return MapPointsLoop(chain, in, out, n); });
+}
+
+VX_BATCH_CLONES
+std::size_t MapFormulaGrid(const TFormulaBatch& batch, const TVxPointGrid& grid,
+                           vec_t_<double, 2>* out) {
+  return Dispatch(
+      batch, [&](const auto& chain)
+                 __attribute__((always_inline)) { return MapGridLoop(chain, grid, out); });
+}
+
 }  // namespace
+
+namespace vx_geometry_detail {
+
+std::size_t MapFormula(const TFormulaDistortion& model, const TAffineTransform* first,
+                       const vec_t_<double, 2>* in, vec_t_<double, 2>* out, std::size_t n) {
+  return MapFormulaPoints(MakeBatch(model, first), in, out, n);
+}
+
+std::size_t MapFormulaGrid(const TFormulaDistortion& model, const TAffineTransform* first,
+                           const TVxPointGrid& grid, vec_t_<double, 2>* out) {
+  return ::MapFormulaGrid(MakeBatch(model, first), grid, out);
+}
+
+}  // namespace vx_geometry_detail
 
 TFormulaDistortion::TFormulaDistortion(const TDistCoeff& coefficients) : c_(coefficients) {}
 
@@ -73,7 +329,7 @@ std::unique_ptr<TVx2DTransform> TFormulaDistortion::Clone() const {
 
 std::size_t TFormulaDistortion::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                 std::size_t n) const {
-  return vx_geometry_detail::MapPoints(TFormulaKernel(c_), c_.inverse, in, out, n);
+  return vx_geometry_detail::MapFormula(*this, nullptr, in, out, n);
 }
 
 const char* TFormulaDistortion::Name() const {
@@ -87,7 +343,12 @@ bool TFormulaDistortion::IsIdentity() const {
 }
 
 vec_t_<double, 2> TFormulaDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  const TFormulaKernel kernel(c_);
+  if (IsBrown(c_)) {
+    const TFormulaKernel<true> kernel(c_);
+    return c_.inverse ? vx_geometry_detail::InversePoint(kernel, p)
+                      : vx_geometry_detail::ForwardPoint(kernel, p);
+  }
+  const TFormulaKernel<false> kernel(c_);
   return c_.inverse ? vx_geometry_detail::InversePoint(kernel, p)
                     : vx_geometry_detail::ForwardPoint(kernel, p);
 }

@@ -1,0 +1,73 @@
+#pragma once
+// Eight points at a time: a vector of eight doubles (GCC and Clang vector extension) and the
+// loads and stores that split interleaved x, y arrays into an x vector and a y vector. Internal
+// to the library.
+//
+// The kernels are templates over their number type: instantiated with double they are the
+// one-point path, with TVec8 the batch path. Vector arithmetic is lane-wise IEEE arithmetic, and
+// the library is built with -ffp-contract=off (no fused multiply-add in either instantiation),
+// so every lane gives exactly the bits of the one-point path, whatever instruction set the
+// batch function was compiled for (see VX_BATCH_CLONES).
+
+#include <cstddef>
+#include <cstring>
+
+#include "VxVec.h"
+
+namespace vx_geometry_detail {
+
+// Points per vector. Eight doubles fill one AVX-512 register, two AVX2 registers, or four SSE2
+// registers: the compiler splits the vector for the instruction set of each clone.
+constexpr std::size_t kLanes = 8;
+
+typedef double TVec8 __attribute__((vector_size(64)));
+
+static_assert(sizeof(vec_t_<double, 2>) == 2 * sizeof(double), "points are two packed doubles");
+
+// x and y of the points p[0..8).
+__attribute__((always_inline)) inline void LoadPoints(const vec_t_<double, 2>* p, TVec8& x,
+                                                      TVec8& y) {
+  TVec8 a;
+  TVec8 b;
+  std::memcpy(&a, p, sizeof a);
+  std::memcpy(&b, p + 4, sizeof b);
+  x = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+  y = __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
+}
+
+// Writes the points (x[k], y[k]) to p[0..8).
+__attribute__((always_inline)) inline void StorePoints(vec_t_<double, 2>* p, const TVec8& x,
+                                                       const TVec8& y) {
+  const TVec8 a = __builtin_shufflevector(x, y, 0, 8, 1, 9, 2, 10, 3, 11);
+  const TVec8 b = __builtin_shufflevector(x, y, 4, 12, 5, 13, 6, 14, 7, 15);
+  // vec_t_ is standard-layout: two doubles, no padding (checked below).
+  std::memcpy(static_cast<void*>(p), &a, sizeof a);
+  std::memcpy(static_cast<void*>(p + 4), &b, sizeof b);
+}
+
+// The lanes of v as an array, for the scalar work of a batch (convergence tests, fallbacks).
+template <class V>
+__attribute__((always_inline)) inline void StoreLanes(double* lanes, const V& v) {
+  std::memcpy(lanes, &v, sizeof v);
+}
+
+// The sum of the eight lanes (a tree of three shuffles and adds). Comparisons of vectors are
+// avoided in the batch loops: without AVX-512 DQ the compiler splits them lane by lane. The sum of
+// lanes that are all >= 0 is <= t only if every lane is <= t, and it is NaN if any lane is NaN.
+__attribute__((always_inline)) inline double LaneSum(const TVec8& v) {
+  const TVec8 a = v + __builtin_shufflevector(v, v, 4, 5, 6, 7, 0, 1, 2, 3);
+  const TVec8 b = a + __builtin_shufflevector(a, a, 2, 3, 0, 1, 6, 7, 4, 5);
+  const TVec8 c = b + __builtin_shufflevector(b, b, 1, 0, 3, 2, 5, 4, 7, 6);
+  return c[0];
+}
+
+}  // namespace vx_geometry_detail
+
+// The instruction sets of the batch functions: one shared library runs everywhere and uses
+// AVX2 or AVX-512 where the processor has them (GCC and Clang pick the clone at load time).
+// VX_NO_BATCH_CLONES builds a single, baseline version.
+#if defined(__x86_64__) && !defined(VX_NO_BATCH_CLONES)
+#define VX_BATCH_CLONES __attribute__((target_clones("default", "avx2", "avx512f")))
+#else
+#define VX_BATCH_CLONES
+#endif
