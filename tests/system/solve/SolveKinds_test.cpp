@@ -23,7 +23,9 @@ TCamRotate Quarter(int degrees) {
 class PrincipalPointScan : public ::testing::TestWithParam<std::tuple<int, bool>> {};
 
 TEST_P(PrincipalPointScan, MapsTheMarkOntoThePrincipalPointAtTheScanResolution) {
-  const auto [quarter, dpi] = GetParam();
+  // Plain variables, not structured bindings: the lambdas below capture them.
+  const int quarter = std::get<0>(GetParam());
+  const bool dpi = std::get<1>(GetParam());
   TVxCameraInfo camera;
   camera.cameraType = TCameraType::PrincipalPoint;
   camera.principalPoint = {0.012, -0.007};
@@ -214,7 +216,8 @@ class DigitalImage
     : public ::testing::TestWithParam<std::tuple<int, TVxCameraInfo::TDigitalCameraOrigin>> {};
 
 TEST_P(DigitalImage, MapsEveryPixelOntoItsSensorPosition) {
-  const auto [quarter, origin] = GetParam();
+  const int quarter = std::get<0>(GetParam());
+  const TVxCameraInfo::TDigitalCameraOrigin origin = std::get<1>(GetParam());
   TVxCameraInfo camera;
   camera.cameraType = TCameraType::Digital;
   camera.pixelSize = {0.012, 0.009};
