@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
-  libyaml-cpp-dev libcli11-dev nlohmann-json3-dev librsvg2-bin
+  libyaml-cpp-dev libcli11-dev nlohmann-json3-dev librsvg2-bin libpng-dev
   clang libclang-rt-14-dev
 )
 

@@ -35,11 +35,11 @@ void WriteResult(std::ostream& out, const TCheckResult& result) {
   WriteRows(out, rows);
 }
 
-nlohmann::json ResultToJson(const TCheckResult& result) {
-  nlohmann::json json = {{"consistent", result.consistent}, {"ready", result.ready}};
-  json["reason"] = result.ready ? nlohmann::json() : nlohmann::json(result.message);
-  json["warning"] =
-      result.ready && !result.message.empty() ? nlohmann::json(result.message) : nlohmann::json();
+nlohmann::ordered_json ResultToJson(const TCheckResult& result) {
+  nlohmann::ordered_json json = {{"consistent", result.consistent}, {"ready", result.ready}};
+  json["reason"] = result.ready ? nlohmann::ordered_json() : nlohmann::ordered_json(result.message);
+  json["warning"] = result.ready && !result.message.empty() ? nlohmann::ordered_json(result.message)
+                                                            : nlohmann::ordered_json();
   return json;
 }
 

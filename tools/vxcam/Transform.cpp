@@ -42,8 +42,8 @@ TPoints PointsFromStream(std::istream& in) {
   return points;
 }
 
-nlohmann::json Coordinate(double value) {
-  return std::isnan(value) ? nlohmann::json() : nlohmann::json(value);
+nlohmann::ordered_json Coordinate(double value) {
+  return std::isnan(value) ? nlohmann::ordered_json() : nlohmann::ordered_json(value);
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ int RunTransform(const TArgs& args, TIo& io) {
             coordinates.empty() ? PointsFromStream(io.in) : PointsFromArguments(coordinates);
         TPoints out(in.size());
         transform->TransformPoints(in.data(), out.data(), in.size());
-        nlohmann::json points = nlohmann::json::array();
+        nlohmann::ordered_json points = nlohmann::ordered_json::array();
         for (std::size_t i = 0; i < in.size(); ++i) {
           if (json)
             points.push_back({{"camera", PointToJson(in[i])},

@@ -49,7 +49,9 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
     std::vector<std::string> reversed(args.rbegin(), args.rend());
     app.parse(reversed);
   } catch (const CLI::CallForHelp&) {
-    io.out << app.help();
+    std::string help = app.help();
+    while (help.size() > 1 && help[help.size() - 2] == '\n') help.pop_back();
+    io.out << help;
     return kExitSuccess;
   } catch (const CLI::ParseError& e) {
     Report(io, command, "vxcam.error.usage", e.what(), kExitUsage);
@@ -59,7 +61,9 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
   try {
     return act();
   } catch (const TUsageError& e) {
-    return Report(io, command, "vxcam.error.usage", e.what(), kExitUsage);
+    Report(io, command, "vxcam.error.usage", e.what(), kExitUsage);
+    io.err << Text("vxcam.error.see_help") << ' ' << command << " --help\n";
+    return kExitUsage;
   } catch (const TVxXIniReadError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TVxXIniWriteError& e) {
@@ -133,9 +137,10 @@ int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* 
     const std::string value = withValue                         ? all[i + 1]
                               : option.rfind("--lang=", 0) == 0 ? option.substr(7)
                                                                 : std::string();
-    if (value.empty()) return MainUsageError(io, Text("vxcam.error.unknown_option") + " " + option);
+    if (value.empty())
+      return MainUsageError(io, Text("vxcam.error.unknown_option") + ": " + option);
     if (!ApplyLanguageOption({"--lang", value}))
-      return MainUsageError(io, Text("vxcam.error.unknown_language") + " " + value);
+      return MainUsageError(io, Text("vxcam.error.unknown_language") + ": " + value);
     if (withValue) ++i;
   }
   if (i == all.size()) {
@@ -145,7 +150,7 @@ int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* 
   const auto found = std::find_if(commands.begin(), commands.end(),
                                   [&](const TCommand& c) { return all[i] == c.name; });
   if (found == commands.end())
-    return MainUsageError(io, Text("vxcam.error.unknown_command") + " " + all[i]);
+    return MainUsageError(io, Text("vxcam.error.unknown_command") + ": " + all[i]);
   Init_VxCameraUtils();
   const int status =
       found->run(TArgs(all.begin() + static_cast<std::ptrdiff_t>(i) + 1, all.end()), io);

@@ -253,14 +253,15 @@ TRows DescribeCamera(const TVxCameraInfo& camera) {
   return rows;
 }
 
-nlohmann::json PointToJson(const vec_t_<double, 2>& p) {
+nlohmann::ordered_json PointToJson(const vec_t_<double, 2>& p) {
   return {{"x", p.x}, {"y", p.y}};
 }
 
 namespace {
 
-nlohmann::json DirectedTableToJson(const std::vector<TVxCameraDistortion::T4Direction>& table) {
-  nlohmann::json rows = nlohmann::json::array();
+nlohmann::ordered_json DirectedTableToJson(
+    const std::vector<TVxCameraDistortion::T4Direction>& table) {
+  nlohmann::ordered_json rows = nlohmann::ordered_json::array();
   for (const auto& row : table)
     rows.push_back({{"r", row.r}, {"dr", {row.dr[0], row.dr[1], row.dr[2], row.dr[3]}}});
   return rows;
@@ -268,16 +269,16 @@ nlohmann::json DirectedTableToJson(const std::vector<TVxCameraDistortion::T4Dire
 
 }  // namespace
 
-nlohmann::json DistortionToJson(const TVxCameraDistortion& distortion) {
-  nlohmann::json json = {{"type", DistortionTypeToTextE(distortion.type, "")}};
+nlohmann::ordered_json DistortionToJson(const TVxCameraDistortion& distortion) {
+  nlohmann::ordered_json json = {{"type", DistortionTypeToTextE(distortion.type, "")}};
   if (distortion.type == TDistortionType::None) return json;
   json["direction"] = TVxCameraDistortion::DirectionToTextE(distortion.direction, "");
   json["symmetry_point"] = PointToJson(distortion.symmetryPoint);
-  nlohmann::json coefficients = nlohmann::json::object();
+  nlohmann::ordered_json coefficients = nlohmann::ordered_json::object();
   for (const auto& c : DistortionCoefficients(distortion)) coefficients[c.name] = c.value;
   if (!coefficients.empty()) json["coefficients"] = coefficients;
   if (distortion.type == TDistortionType::Radial) {
-    json["table_r"] = nlohmann::json::array();
+    json["table_r"] = nlohmann::ordered_json::array();
     for (const auto& row : distortion.tableR)
       json["table_r"].push_back({{"r", row.r}, {"dr", row.dr}});
   }
@@ -289,15 +290,15 @@ nlohmann::json DistortionToJson(const TVxCameraDistortion& distortion) {
   return json;
 }
 
-nlohmann::json CameraToJson(const TVxCameraInfo& camera) {
-  nlohmann::json json = {{"name", camera.name},
-                         {"calibration_date", camera.calibrationDate},
-                         {"description", camera.description},
-                         {"camera_type", CameraTypeToTextE(camera.cameraType, "")},
-                         {"focus", camera.focus},
-                         {"principal_point", PointToJson(camera.principalPoint)}};
+nlohmann::ordered_json CameraToJson(const TVxCameraInfo& camera) {
+  nlohmann::ordered_json json = {{"name", camera.name},
+                                 {"calibration_date", camera.calibrationDate},
+                                 {"description", camera.description},
+                                 {"camera_type", CameraTypeToTextE(camera.cameraType, "")},
+                                 {"focus", camera.focus},
+                                 {"principal_point", PointToJson(camera.principalPoint)}};
   if (camera.cameraType == TCameraType::Fiducials) {
-    json["fiducials"] = nlohmann::json::array();
+    json["fiducials"] = nlohmann::ordered_json::array();
     for (const auto& mark : camera.fiducials)
       json["fiducials"].push_back(
           {{"index", mark.index}, {"coords_cam", PointToJson(mark.coordsCam)}});
@@ -313,9 +314,9 @@ nlohmann::json CameraToJson(const TVxCameraInfo& camera) {
   return json;
 }
 
-void WriteJson(std::ostream& out, const nlohmann::json& value) {
+void WriteJson(std::ostream& out, const nlohmann::ordered_json& value) {
   // Invalid UTF-8 in a name becomes U+FFFD rather than an exception.
-  out << value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  out << value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace vxcam

@@ -54,10 +54,10 @@ TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent);
 TRows DescribeCamera(const TVxCameraInfo& camera);
 
 // The same for programs: file texts for enumerations, millimetres as stored.
-nlohmann::json DistortionToJson(const TVxCameraDistortion& distortion);
-nlohmann::json CameraToJson(const TVxCameraInfo& camera);
-nlohmann::json PointToJson(const vec_t_<double, 2>& p);
+nlohmann::ordered_json DistortionToJson(const TVxCameraDistortion& distortion);
+nlohmann::ordered_json CameraToJson(const TVxCameraInfo& camera);
+nlohmann::ordered_json PointToJson(const vec_t_<double, 2>& p);
 // Writes JSON indented by two spaces, with a final line end.
-void WriteJson(std::ostream& out, const nlohmann::json& value);
+void WriteJson(std::ostream& out, const nlohmann::ordered_json& value);
 
 }  // namespace vxcam

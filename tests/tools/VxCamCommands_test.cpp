@@ -1,0 +1,283 @@
+// The commands of vxcam, called directly as main() calls them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "VxCamCommands.h"
+#include "VxCamFiles.h"
+#include "VxCamFormat.h"
+#include "VxCameraInfo.h"
+#include "VxCameraMath.h"
+#include "VxResourceGuards.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const std::string kExamples = VX_SOURCE_DIR "/examples";
+const std::string kRadial = kExamples + "/cameras/rc10_radial.yaml";
+const std::string kFormula = kExamples + "/cameras/rc10_formula.yaml";
+const std::string kData = VX_SOURCE_DIR "/tests/tools/data";
+
+// A command's run with its input and both outputs kept.
+struct CommandRun {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+CommandRun Call(vxcam::TRunFunction command, const vxcam::TArgs& args,
+                const std::string& input = "") {
+  std::istringstream in(input);
+  std::ostringstream out, err;
+  vxcam::TIo io{in, out, err};
+  CommandRun run;
+  run.status = command(args, io);
+  run.out = out.str();
+  run.err = err.str();
+  return run;
+}
+
+// A fresh folder per test, removed afterwards.
+class VxCamCommands : public testing::Test {
+ protected:
+  void SetUp() override {
+    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+    dir_ = std::filesystem::path(VX_BINARY_DIR) / "tests/tools/commands" / info->name();
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir_))
+      names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  ScopedResLanguage english_{"en"};
+  std::filesystem::path dir_;
+};
+
+TEST_F(VxCamCommands, Show_RadialTable_ListsRowsInMicrometres) {
+  const CommandRun run = Call(vxcam::RunShow, {kRadial});
+  EXPECT_EQ(run.status, vxcam::kExitSuccess);
+  EXPECT_THAT(run.out, HasSubstr("Focal length:                153.228 mm\n"));
+  EXPECT_THAT(run.out, HasSubstr("    128.574        10\n"));
+  EXPECT_THAT(run.err, IsEmpty());
+}
+
+TEST_F(VxCamCommands, Show_German_UsesGermanLabels) {
+  ScopedResLanguage german("de");
+  const CommandRun run = Call(vxcam::RunShow, {kRadial});
+  EXPECT_THAT(run.out, HasSubstr("Brennweite:"));
+  EXPECT_THAT(run.out, HasSubstr("Radiale Tabelle"));
+}
+
+TEST_F(VxCamCommands, Show_Json_HoldsTheFileTextsAndValues) {
+  const CommandRun run = Call(vxcam::RunShow, {kFormula, "--json"});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess);
+  const auto json = nlohmann::json::parse(run.out);
+  EXPECT_EQ(json["camera_type"], "Fiducials");
+  EXPECT_EQ(json["distortion"]["type"], "Formula");
+  EXPECT_EQ(json["distortion"]["coefficients"]["k1"].get<double>(), -7.874393021326796e-08);
+  EXPECT_EQ(json["fiducials"].size(), 4u);
+}
+
+TEST_F(VxCamCommands, Show_MissingFile_IsFileErrorNamingIt) {
+  const CommandRun run = Call(vxcam::RunShow, {Path("none.yaml")});
+  EXPECT_EQ(run.status, vxcam::kExitFileError);
+  EXPECT_THAT(run.err, HasSubstr(Path("none.yaml")));
+  EXPECT_THAT(run.out, IsEmpty());
+}
+
+TEST_F(VxCamCommands, Check_TwoMarksMissing_IsReadyWithTheWarning) {
+  const CommandRun run = Call(
+      vxcam::RunCheck, {kRadial, kExamples + "/measurements/rc10_scan_two_missing.yaml", "--json"});
+  EXPECT_EQ(run.status, vxcam::kExitSuccess);
+  const auto json = nlohmann::json::parse(run.out);
+  EXPECT_TRUE(json["ready"].get<bool>());
+  EXPECT_EQ(json["warning"], "Not all fiducial marks of the camera have been measured.");
+}
+
+TEST_F(VxCamCommands, Check_UnknownMark_IsNotReadyWithTheReason) {
+  const CommandRun run =
+      Call(vxcam::RunCheck, {kRadial, kExamples + "/measurements/rc10_scan_unknown_mark.yaml"});
+  EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
+  EXPECT_THAT(run.out, HasSubstr("A measured mark has a number that the camera's fiducial marks "
+                                 "do not have."));
+}
+
+TEST_F(VxCamCommands, Transform_StandardInput_GivesTheSameAsArguments) {
+  const CommandRun fromArgs = Call(vxcam::RunTransform, {kRadial, "-100", "50", "0", "0"});
+  const CommandRun fromInput = Call(vxcam::RunTransform, {kRadial}, "# x y\n-100 50\n\n0 0\n");
+  EXPECT_EQ(fromArgs.status, vxcam::kExitSuccess);
+  EXPECT_EQ(fromArgs.out, fromInput.out);
+}
+
+TEST_F(VxCamCommands, Transform_Output_IsTheCameraToMillimetreTransform) {
+  const CommandRun run = Call(vxcam::RunTransform, {kFormula, "--json", "80", "-60"});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess);
+  const auto json = nlohmann::json::parse(run.out);
+  const TransformHandle transform = CreateCamToMmTransform(vxcam::LoadCamera(kFormula));
+  const auto expected = transform->TransformPoint({80.0, -60.0});
+  EXPECT_EQ(json["points"][0]["mm"]["x"].get<double>(), expected.x);
+  EXPECT_EQ(json["points"][0]["mm"]["y"].get<double>(), expected.y);
+}
+
+TEST_F(VxCamCommands, Transform_OddNumberOfCoordinates_IsUsageError) {
+  EXPECT_EQ(Call(vxcam::RunTransform, {kRadial, "1", "2", "3"}).status, vxcam::kExitUsage);
+}
+
+TEST_F(VxCamCommands, Transform_LineThatIsNotAPoint_IsInvalidContentNamingTheLine) {
+  const CommandRun run = Call(vxcam::RunTransform, {kRadial}, "1 2\n3 x\n");
+  EXPECT_EQ(run.status, vxcam::kExitInvalidContent);
+  EXPECT_THAT(run.err, HasSubstr("<stdin>:2:"));
+}
+
+TEST_F(VxCamCommands, Fit_Output_LoadsAsTheCameraWithTheFittedModel) {
+  const CommandRun run = Call(vxcam::RunFit, {kRadial, "--model", "mixed", "-o", Path("fit.yaml")});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  TVxCameraInfo expected = vxcam::LoadCamera(kRadial);
+  TVxCameraDistortion fitted;
+  double deviation = 0.0;
+  ASSERT_TRUE(ApproxCameraDistortion(TDistortionType::Mixed, &fitted, expected, 0.0, &deviation));
+  expected.distortion = fitted;
+  EXPECT_TRUE(vxcam::LoadCamera(Path("fit.yaml")) == expected);
+  EXPECT_THAT(run.out, HasSubstr("Largest deviation:"));
+}
+
+TEST_F(VxCamCommands, Fit_PolynomialSource_IsInvalidContentAndWritesNothing) {
+  const CommandRun run = Call(vxcam::RunFit, {kExamples + "/cameras/rc10_polynomial.yaml",
+                                              "--model", "formula", "-o", Path("fit.yaml")});
+  EXPECT_EQ(run.status, vxcam::kExitInvalidContent);
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
+TEST_F(VxCamCommands, Scale_Factor_MultipliesTheDistortion) {
+  ASSERT_EQ(Call(vxcam::RunScale, {kFormula, "0.5", "-o", Path("half.yaml")}).status,
+            vxcam::kExitSuccess);
+  TVxCameraInfo expected = vxcam::LoadCamera(kFormula);
+  ApplyDistortionMultiplier(&expected.distortion, 0.5);
+  EXPECT_TRUE(vxcam::LoadCamera(Path("half.yaml")) == expected);
+}
+
+TEST_F(VxCamCommands, Scale_WithoutOutput_IsUsageError) {
+  EXPECT_EQ(Call(vxcam::RunScale, {kFormula, "2"}).status, vxcam::kExitUsage);
+}
+
+TEST_F(VxCamCommands, New_Dmc_WritesTheDefaultDmcCamera) {
+  ASSERT_EQ(Call(vxcam::RunNew, {"dmc", "-o", Path("dmc.yaml")}).status, vxcam::kExitSuccess);
+  EXPECT_TRUE(vxcam::LoadCamera(Path("dmc.yaml")) == CreateDefaultDMCCamera());
+}
+
+TEST_F(VxCamCommands, Plot_BadCamera_KeepsTheExistingTarget) {
+  std::ofstream(Path("old.svg")) << "old";
+  const CommandRun run = Call(vxcam::RunPlot, {kData + "/bad_type.yaml", "-o", Path("old.svg")});
+  EXPECT_EQ(run.status, vxcam::kExitFileError);
+  std::ifstream in(Path("old.svg"));
+  std::string text;
+  std::getline(in, text);
+  EXPECT_EQ(text, "old");
+  EXPECT_EQ(Files(), std::vector<std::string>{"old.svg"});
+}
+
+TEST_F(VxCamCommands, Plot_Svg_ShowsCurveFieldAndMarks) {
+  ASSERT_EQ(Call(vxcam::RunPlot, {kRadial, "-o", Path("p.svg")}).status, vxcam::kExitSuccess);
+  std::ifstream in(Path("p.svg"));
+  const std::string svg((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_THAT(svg, HasSubstr("<svg xmlns=\"http://www.w3.org/2000/svg\""));
+  EXPECT_THAT(svg, HasSubstr("<path d=\"M"));
+  EXPECT_THAT(svg, HasSubstr("<polygon"));
+  EXPECT_THAT(svg, HasSubstr(">4</text>"));  // the label of fiducial mark 4
+  EXPECT_THAT(svg, HasSubstr("</svg>\n"));
+}
+
+TEST_F(VxCamCommands, WriteFileAtomically_MissingFolder_IsFileErrorAndLeavesNothing) {
+  EXPECT_THROW(vxcam::WriteFileAtomically(Path("no/such/folder/x.svg"), "text"),
+               std::runtime_error);
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
+TEST_F(VxCamCommands, WriteFileAtomically_ExistingTarget_IsReplacedWhole) {
+  std::ofstream(Path("x.txt")) << "a much longer old text";
+  vxcam::WriteFileAtomically(Path("x.txt"), "new");
+  std::ifstream in(Path("x.txt"));
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text, "new");
+  EXPECT_EQ(Files(), std::vector<std::string>{"x.txt"});
+}
+
+TEST_F(VxCamCommands, Demo_WritesTheFittedCameraAndTwoPictures) {
+  const CommandRun run = Call(vxcam::RunDemo, {"-o", Path("demo")});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  for (const char* name : {"rc10_formula.yaml", "rc10_radial.svg", "rc10_directed8.svg"})
+    EXPECT_TRUE(std::filesystem::exists(Path("demo") + "/" + name)) << name;
+  EXPECT_THAT(run.out, HasSubstr("$ vxcam check"));
+  EXPECT_THAT(run.out, HasSubstr(Path("demo") + "/rc10_directed8.svg\n"));
+}
+
+TEST(VxCamFormat, DisplayWidth_CountsCharactersNotBytes) {
+  EXPECT_EQ(vxcam::DisplayWidth("Größte µm"), 9u);
+}
+
+TEST(VxCamFormat, WriteRows_AlignsValuesInOneColumn) {
+  std::ostringstream out;
+  vxcam::WriteRows(out, {{0, "Name", "A"}, {1, "Sense", "B"}, {0, "Heading", ""}, {1, "", "row"}});
+  EXPECT_EQ(out.str(), "Name:     A\n  Sense:  B\nHeading:\n  row\n");
+}
+
+int CallMain(const std::vector<const char*>& argv, std::string* out, std::string* err) {
+  const std::vector<vxcam::TCommand> commands = {{"show", vxcam::RunShow, "vxcam.show.summary"}};
+  std::istringstream in;
+  std::ostringstream o, e;
+  vxcam::TIo io{in, o, e};
+  const int status = vxcam::RunMain(commands, static_cast<int>(argv.size()), argv.data(), io);
+  *out = o.str();
+  *err = e.str();
+  return status;
+}
+
+TEST(VxCamMain, Version_PrintsTheProjectVersion) {
+  std::string out, err;
+  EXPECT_EQ(CallMain({"vxcam", "--version"}, &out, &err), vxcam::kExitSuccess);
+  EXPECT_THAT(out, testing::StartsWith("vxcam "));
+}
+
+TEST(VxCamMain, UnknownCommand_IsUsageError) {
+  std::string out, err;
+  EXPECT_EQ(CallMain({"vxcam", "draw"}, &out, &err), vxcam::kExitUsage);
+  EXPECT_THAT(err, HasSubstr("draw"));
+}
+
+TEST(VxCamMain, NoCommand_PrintsHelpOnStandardErrorAsUsageError) {
+  std::string out, err;
+  EXPECT_EQ(CallMain({"vxcam"}, &out, &err), vxcam::kExitUsage);
+  EXPECT_THAT(err, HasSubstr("show"));
+  EXPECT_THAT(out, IsEmpty());
+}
+
+TEST(VxCamMain, LanguageOption_SwitchesTheTexts) {
+  ScopedResLanguage restore("en");
+  std::string out, err;
+  EXPECT_EQ(CallMain({"vxcam", "--lang", "de", "show", kRadial.c_str()}, &out, &err),
+            vxcam::kExitSuccess);
+  EXPECT_THAT(out, HasSubstr("Brennweite:"));
+}
+
+TEST(VxCamMain, UnknownLanguage_IsUsageError) {
+  std::string out, err;
+  EXPECT_EQ(CallMain({"vxcam", "--lang", "fr", "show", kRadial.c_str()}, &out, &err),
+            vxcam::kExitUsage);
+}
+
+}  // namespace
