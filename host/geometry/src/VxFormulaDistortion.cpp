@@ -1,7 +1,9 @@
 #include "VxFormulaDistortion.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "VxAffineTransform.h"
 #include "VxBatch.h"
@@ -180,14 +182,20 @@ __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& cha
                                                                 std::size_t n) {
   constexpr std::size_t lanes = vx_geometry_detail::kLanes;
   TVec8 marks{};
+  const bool stream = vx_geometry_detail::UseStreamingStores(out, n);
   std::size_t i = 0;
   for (; i + lanes <= n; i += lanes) {
     TVec8 x, y;
     vx_geometry_detail::LoadPoints(in + i, x, y);
     chain.Map8(x, y);
-    vx_geometry_detail::StorePoints(out + i, x, y);
+    if (stream) {
+      vx_geometry_detail::StreamPoints(out + i, x, y);
+    } else {
+      vx_geometry_detail::StorePoints(out + i, x, y);
+    }
     MarkNotFinite(x, y, marks);
   }
+  if (stream) vx_geometry_detail::EndStreaming();
   std::size_t nan =
       vx_geometry_detail::LaneSum(marks) == 0.0 ? 0 : vx_geometry_detail::CountNaNPoints(out, i);
   for (; i < n; ++i) {
@@ -197,33 +205,169 @@ __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& cha
   return nan;
 }
 
-// The points of the grid are generated here, in registers, with the arithmetic of
+// One row of a grid: the points are generated here, in registers, with the arithmetic of
 // TransformGrid's other path: x0 + i dx and y0 + j dy.
+template <class Chain>
+__attribute__((always_inline)) inline void MapGridRow(const Chain& chain, const TVxPointGrid& grid,
+                                                      double yRow, vec_t_<double, 2>* line,
+                                                      bool stream, TVec8& marks, std::size_t& nan) {
+  constexpr std::size_t lanes = vx_geometry_detail::kLanes;
+  const TVec8 offsets = {0, 1, 2, 3, 4, 5, 6, 7};
+  std::size_t i = 0;
+  for (; i + lanes <= grid.columns; i += lanes) {
+    // i + k is exact in double, so each lane is x0 + (i + k) dx; y - 0 is y, -0 included.
+    TVec8 x = grid.x0 + (static_cast<double>(i) + offsets) * grid.dx;
+    TVec8 y = yRow - TVec8{};
+    chain.Map8(x, y);
+    // Points are 16 bytes: every point of an aligned `out` is aligned.
+    if (stream) {
+      vx_geometry_detail::StreamPoints(line + i, x, y);
+    } else {
+      vx_geometry_detail::StorePoints(line + i, x, y);
+    }
+    MarkNotFinite(x, y, marks);
+  }
+  for (; i < grid.columns; ++i) {
+    line[i] = chain.Map1(grid.x0 + static_cast<double>(i) * grid.dx, yRow);
+    if (IsNaNPoint(line[i])) ++nan;
+  }
+}
+
+// The grid of a Brown model applied forward, with no affine map in front or one that moves x
+// and y each on its own (a1 = a3 = 0: a shift, a scale, the camera-to-millimetre composite).
+// Then x' depends on the column alone and y' on the row alone, and every term of the formula
+// that depends on one of them alone is computed once per column or once per row, with the
+// kernel's operands in the kernel's order: the same bits as the one-point path, with 24 vector
+// operations a point instead of 46.
+//
+// The zero that a1 y adds to x' (and a3 x to y') has the sign of y (of x): it changes x' only
+// where a0 x + a2 is itself a zero. The column tables are built for the zero of the current row
+// (rebuilt when its sign changes); a row where a1 y is NaN, or where a4 y is zero, is left to
+// the general loop.
+class TSeparableBrownGrid {
+ public:
+  TSeparableBrownGrid(const TFormulaDistortion::TDistCoeff& c, const double* affine,
+                      const TVxPointGrid& grid)
+      : c_(c), affine_(affine), grid_(grid), column_(grid.columns) {
+    for (std::size_t i = 0; i < grid.columns; ++i) {
+      column_[i] = grid.x0 + static_cast<double>(i) * grid.dx;
+      finite_ = finite_ && std::isfinite(column_[i]);
+    }
+  }
+
+  // False when the model or the affine map does not separate, or a column is not finite.
+  static bool Applies(const TFormulaDistortion::TDistCoeff& c, const double* affine) {
+    return IsBrown(c) && !c.inverse &&
+           (affine == nullptr || (affine[1] == 0.0 && affine[3] == 0.0));
+  }
+  bool Finite() const { return finite_; }
+
+  // Maps row `yRow` into `line`; false (nothing written) for a row the general loop must map.
+  __attribute__((always_inline)) bool Row(double yRow, vec_t_<double, 2>* line, bool stream,
+                                          TVec8& marks, std::size_t& nan) {
+    double yp = yRow;
+    if (affine_ != nullptr) {
+      const double zero = affine_[1] * yRow;  // +0 or -0, or NaN
+      if (!(zero == 0.0)) return false;
+      const double a4y = affine_[4] * yRow;
+      if (a4y == 0.0) return false;
+      yp = a4y + affine_[5];  // (a3 x + a4 y) + a5 with a3 x a zero and a4 y not
+      const int sign = std::signbit(zero) ? 1 : 0;
+      if (sign != builtSign_) Build(zero, sign);
+    } else if (builtSign_ < 0) {
+      Build(0.0, 0);
+    }
+    const double y = yp - c_.centre.y;
+    const double yy = y * y;
+    const double y2y = 2.0 * y * y;
+    const double b2y = c_.b2 * y;
+    const double a2y = c_.a2 * y;
+    constexpr std::size_t lanes = vx_geometry_detail::kLanes;
+    std::size_t i = 0;
+    for (; i + lanes <= grid_.columns; i += lanes) {
+      TVec8 x, xx, x2x, p2x, p1x, b1x, a1x, xp;
+      std::memcpy(&x, &x_[i], sizeof x);
+      std::memcpy(&xx, &xx_[i], sizeof xx);
+      std::memcpy(&x2x, &x2x_[i], sizeof x2x);
+      std::memcpy(&p2x, &p2x_[i], sizeof p2x);
+      std::memcpy(&p1x, &p1x_[i], sizeof p1x);
+      std::memcpy(&b1x, &b1x_[i], sizeof b1x);
+      std::memcpy(&a1x, &a1x_[i], sizeof a1x);
+      std::memcpy(&xp, &xp_[i], sizeof xp);
+      // The kernel's Displace, term by term.
+      const TVec8 r2 = xx + yy;
+      const TVec8 radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
+      const TVec8 tx = c_.p1 * (r2 + x2x) + p2x * y;
+      const TVec8 ty = c_.p2 * (r2 + y2y) + p1x * y;
+      const TVec8 dx = x * radial + tx + b1x + b2y;
+      const TVec8 dy = y * radial + ty + a1x + a2y;
+      const TVec8 outX = xp + dx;
+      const TVec8 outY = yp + dy;
+      if (stream) {
+        vx_geometry_detail::StreamPoints(line + i, outX, outY);
+      } else {
+        vx_geometry_detail::StorePoints(line + i, outX, outY);
+      }
+      MarkNotFinite(outX, outY, marks);
+    }
+    for (; i < grid_.columns; ++i) {
+      const double x = x_[i];
+      const double r2 = xx_[i] + yy;
+      const double radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
+      const double tx = c_.p1 * (r2 + x2x_[i]) + p2x_[i] * y;
+      const double ty = c_.p2 * (r2 + y2y) + p1x_[i] * y;
+      line[i] = {xp_[i] + (x * radial + tx + b1x_[i] + b2y),
+                 yp + (y * radial + ty + a1x_[i] + a2y)};
+      if (IsNaNPoint(line[i])) ++nan;
+    }
+    return true;
+  }
+
+ private:
+  // The column terms for x' = (a0 x + zero) + a2, or x' = x without an affine map.
+  void Build(double zero, int sign) {
+    const std::size_t n = grid_.columns;
+    for (auto* v : {&xp_, &x_, &xx_, &x2x_, &p2x_, &p1x_, &b1x_, &a1x_}) v->resize(n);
+    for (std::size_t i = 0; i < n; ++i) {
+      const double xp =
+          affine_ != nullptr ? affine_[0] * column_[i] + zero + affine_[2] : column_[i];
+      const double x = xp - c_.centre.x;
+      xp_[i] = xp;
+      x_[i] = x;
+      xx_[i] = x * x;
+      x2x_[i] = 2.0 * x * x;
+      p2x_[i] = 2.0 * c_.p2 * x;
+      p1x_[i] = 2.0 * c_.p1 * x;
+      b1x_[i] = c_.b1 * x;
+      a1x_[i] = c_.a1 * x;
+    }
+    builtSign_ = sign;
+  }
+
+  TFormulaDistortion::TDistCoeff c_;
+  const double* affine_;
+  const TVxPointGrid& grid_;
+  std::vector<double> column_;
+  bool finite_ = true;
+  int builtSign_ = -1;
+  std::vector<double> xp_, x_, xx_, x2x_, p2x_, p1x_, b1x_, a1x_;
+};
+
 template <class Chain>
 __attribute__((always_inline)) inline std::size_t MapGridLoop(const Chain& chain,
                                                               const TVxPointGrid& grid,
-                                                              vec_t_<double, 2>* out) {
-  constexpr std::size_t lanes = vx_geometry_detail::kLanes;
-  const TVec8 offsets = {0, 1, 2, 3, 4, 5, 6, 7};
+                                                              vec_t_<double, 2>* out,
+                                                              TSeparableBrownGrid* separable) {
   TVec8 marks{};
   std::size_t nan = 0;
+  const bool stream = vx_geometry_detail::UseStreamingStores(out, grid.rows * grid.columns);
   for (std::size_t row = 0; row < grid.rows; ++row) {
-    const double y0 = grid.y0 + static_cast<double>(row) * grid.dy;
+    const double y = grid.y0 + static_cast<double>(row) * grid.dy;
     vec_t_<double, 2>* line = out + row * grid.columns;
-    std::size_t i = 0;
-    for (; i + lanes <= grid.columns; i += lanes) {
-      // i + k is exact in double, so each lane is x0 + (i + k) dx; y0 - 0 is y0, -0 included.
-      TVec8 x = grid.x0 + (static_cast<double>(i) + offsets) * grid.dx;
-      TVec8 y = y0 - TVec8{};
-      chain.Map8(x, y);
-      vx_geometry_detail::StorePoints(line + i, x, y);
-      MarkNotFinite(x, y, marks);
-    }
-    for (; i < grid.columns; ++i) {
-      line[i] = chain.Map1(grid.x0 + static_cast<double>(i) * grid.dx, y0);
-      if (IsNaNPoint(line[i])) ++nan;
-    }
+    if (separable != nullptr && separable->Row(y, line, stream, marks, nan)) continue;
+    MapGridRow(chain, grid, y, line, stream, marks, nan);
   }
+  if (stream) vx_geometry_detail::EndStreaming();
   if (vx_geometry_detail::LaneSum(marks) == 0.0) return nan;
   return vx_geometry_detail::CountNaNPoints(out, grid.rows * grid.columns);
 }
@@ -284,9 +428,19 @@ std::size_t MapFormulaPoints(const TFormulaBatch& batch, const vec_t_<double, 2>
 VX_BATCH_CLONES
 std::size_t MapFormulaGrid(const TFormulaBatch& batch, const TVxPointGrid& grid,
                            vec_t_<double, 2>* out) {
+  const double* affine = batch.hasAffine ? batch.affine : nullptr;
+  if (TSeparableBrownGrid::Applies(batch.coefficients, affine)) {
+    TSeparableBrownGrid separable(batch.coefficients, affine, grid);
+    if (separable.Finite()) {
+      return Dispatch(
+          batch, [&](const auto& chain) __attribute__((always_inline)) {
+            return MapGridLoop(chain, grid, out, &separable);
+          });
+    }
+  }
   return Dispatch(
       batch, [&](const auto& chain)
-                 __attribute__((always_inline)) { return MapGridLoop(chain, grid, out); });
+                 __attribute__((always_inline)) { return MapGridLoop(chain, grid, out, nullptr); });
 }
 
 }  // namespace

@@ -11,11 +11,11 @@
 // differences. A kernel whose members are templates over the number type (double, or the
 // eight-lane TVec8 of VxSimd.h) can also run the batch loops eight points at a time.
 //
-// The inverse runs in two stages. First kFixedNewtonSteps plain Newton steps from the
-// fixed-point guess, without any test or branch (the same arithmetic for one point and for eight
-// lanes), then one test of the residual. The few points that fail it (strong distortion far out,
-// no preimage, NaN input) are solved again from the start by damped Newton, which decides
-// between a result and NaN.
+// The inverse runs in two stages. First a fixed number of fixed-point steps and at most
+// kFixedNewtonSteps plain Newton steps, each point stopping at its first step within
+// kNewtonTolerance (the same arithmetic for one point and for eight lanes). The few points that
+// do not get there (strong distortion far out, no preimage, NaN input) are solved again from the
+// start by damped Newton, which decides between a result and NaN.
 
 #include <cmath>
 #include <cstddef>
@@ -23,6 +23,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "VxSimd.h"
 #include "VxVec.h"
 
 namespace vx_geometry_detail {
@@ -45,10 +46,12 @@ constexpr int kMaxHalvings = 30;
 constexpr double kJacobianStep = 1e-3;
 // A Jacobian determinant below this means the model folds the plane here: no inverse.
 constexpr double kMinJacobianDet = 1e-9;
-// Plain Newton steps of the first stage. From the fixed-point guess p - d(p) the error is about
-// |d| |d'|, and Newton squares its relative size at every step: on a DMC frame two steps reach
-// kNewtonTolerance for a distortion of 1 % of the radius and three for 12 % (12 mm at the
-// corner). Points that still miss it go to the damped solver.
+// The first stage starts with fixed-point steps q = p - d(q) from q = p, which cost one
+// evaluation of the displacement each and shrink the error by the factor |d'|; then plain Newton
+// steps, which square its relative size. On a DMC frame, with two fixed-point steps, one Newton
+// step reaches kNewtonTolerance for a distortion of 1 % of the radius and three for 12 % (12 mm
+// at the corner). Points that still miss it go to the damped solver.
+constexpr int kFixedPointSteps = 2;
 constexpr int kFixedNewtonSteps = 3;
 
 template <class Kernel, class = void>
@@ -89,10 +92,52 @@ inline vec_t_<double, 2> ForwardPoint(const Kernel& kernel, const vec_t_<double,
   return {p.x + dx, p.y + dy};
 }
 
-// The first stage of the inverse: kFixedNewtonSteps Newton steps on q + d(q) = p from
-// q = p - d(p), for one point (T = double) or eight (T = TVec8). Gives q and the squared
-// residual f2 = |q + d(q) - p|^2, NaN where a step divided by a zero determinant or the input
-// was not finite. No branch: every lane runs the same arithmetic.
+// Which points of a step have converged: all of them, none, or some (then `done` has a bit per
+// lane). One point is all or none.
+enum class TConverged { kAll, kNone, kSome };
+
+inline TConverged Converged(double f2, unsigned& done) {
+  done = 0;
+  return f2 <= kNewtonTolerance * kNewtonTolerance ? TConverged::kAll : TConverged::kNone;
+}
+
+// Keeps the converged points where they are: q = next except in the lanes of `done`.
+inline void KeepConverged(double& q, const double& next, unsigned /*done*/) {
+  q = next;
+}
+
+// The same for eight lanes. Their sum within the tolerance shows that all converged (f2 >= 0);
+// otherwise the lanes are compared one by one.
+inline TConverged Converged(const TVec8& f2, unsigned& done) {
+  done = 0;
+  constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
+  if (LaneSum(f2) <= tolerance2) return TConverged::kAll;
+  double lanes[kLanes];
+  StoreLanes(lanes, f2);
+  for (std::size_t k = 0; k < kLanes; ++k) {
+    if (lanes[k] <= tolerance2) done |= 1u << k;
+  }
+  if (done == (1u << kLanes) - 1) return TConverged::kAll;
+  return done == 0 ? TConverged::kNone : TConverged::kSome;
+}
+
+inline void KeepConverged(TVec8& q, const TVec8& next, unsigned done) {
+  double lanes[kLanes];
+  double nextLanes[kLanes];
+  StoreLanes(lanes, q);
+  StoreLanes(nextLanes, next);
+  for (std::size_t k = 0; k < kLanes; ++k) {
+    if ((done & (1u << k)) == 0) lanes[k] = nextLanes[k];
+  }
+  std::memcpy(&q, lanes, sizeof q);
+}
+
+// The first stage of the inverse, for one point (T = double) or eight (T = TVec8): from q = p -
+// d(p), kFixedPointSteps - 1 more fixed-point steps q = p - d(q), then Newton steps until |q + d(q)
+// - p| <= kNewtonTolerance, at most kFixedNewtonSteps. A point stops at its own first converged
+// step, in the batch as alone: the batch steps on while any of its points has not converged and
+// leaves the converged ones in place. Gives q and the squared residual f2 = |q + d(q) - p|^2 at q,
+// NaN where a step divided by a zero determinant or the input was not finite.
 template <class Kernel, class T>
 __attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, const T& px,
                                                        const T& py, T& qx, T& qy, T& f2) {
@@ -100,23 +145,36 @@ __attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, con
   kernel.Displace(px, py, dx, dy);
   qx = px - dx;
   qy = py - dy;
-  for (int step = 0; step < kFixedNewtonSteps; ++step) {
-    T jxx{}, jxy{}, jyx{}, jyy{};
+  for (int step = 1; step < kFixedPointSteps; ++step) {
     kernel.Displace(qx, qy, dx, dy);
-    DisplacementJacobian(kernel, qx, qy, jxx, jxy, jyx, jyy);
+    qx = px - dx;
+    qy = py - dy;
+  }
+  for (int step = 0;; ++step) {
+    kernel.Displace(qx, qy, dx, dy);
     const T fx = qx + dx - px;
     const T fy = qy + dy - py;
+    f2 = fx * fx + fy * fy;
+    if (step == kFixedNewtonSteps) return;
+    unsigned done = 0;
+    const TConverged converged = Converged(f2, done);
+    if (converged == TConverged::kAll) return;
+    T jxx{}, jxy{}, jyx{}, jyy{};
+    DisplacementJacobian(kernel, qx, qy, jxx, jxy, jyx, jyy);
     const T j00 = 1.0 + jxx;
     const T j11 = 1.0 + jyy;
     // One division for both coordinates.
     const T inverseDet = 1.0 / (j00 * j11 - jxy * jyx);
-    qx = qx - (j11 * fx - jxy * fy) * inverseDet;
-    qy = qy - (j00 * fy - jyx * fx) * inverseDet;
+    const T nx = qx - (j11 * fx - jxy * fy) * inverseDet;
+    const T ny = qy - (j00 * fy - jyx * fx) * inverseDet;
+    if (converged == TConverged::kNone) {
+      qx = nx;
+      qy = ny;
+    } else {
+      KeepConverged(qx, nx, done);
+      KeepConverged(qy, ny, done);
+    }
   }
-  kernel.Displace(qx, qy, dx, dy);
-  const T fx = qx + dx - px;
-  const T fy = qy + dy - py;
-  f2 = fx * fx + fy * fy;
 }
 
 // Solves q + d(q) = p by damped Newton, starting from the fixed-point guess p - d(p).

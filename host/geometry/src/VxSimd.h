@@ -10,9 +10,14 @@
 // batch function was compiled for (see VX_BATCH_CLONES).
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "VxVec.h"
+
+#if defined(__x86_64__)
+#include <emmintrin.h>
+#endif
 
 namespace vx_geometry_detail {
 
@@ -43,6 +48,50 @@ __attribute__((always_inline)) inline void StorePoints(vec_t_<double, 2>* p, con
   // vec_t_ is standard-layout: two doubles, no padding (checked below).
   std::memcpy(static_cast<void*>(p), &a, sizeof a);
   std::memcpy(static_cast<void*>(p + 4), &b, sizeof b);
+}
+
+// Outputs at least this large are written with streaming stores, which bypass the caches: the
+// processor then writes each cache line of the result once instead of first reading it. Below
+// it the result is likely to be read again soon and is better left in the cache.
+constexpr std::size_t kStreamBytes = std::size_t{16} << 20;
+
+// True when the n points at `out` are written with StreamPoints.
+inline bool UseStreamingStores(const vec_t_<double, 2>* out, std::size_t n) {
+#if defined(__x86_64__)
+  return n * sizeof(vec_t_<double, 2>) >= kStreamBytes &&
+         reinterpret_cast<std::uintptr_t>(out) % 16 == 0;
+#else
+  (void)out;
+  (void)n;
+  return false;
+#endif
+}
+
+// StorePoints with streaming stores; `p` is 16-byte aligned. A loop that used it ends with
+// EndStreaming().
+__attribute__((always_inline)) inline void StreamPoints(vec_t_<double, 2>* p, const TVec8& x,
+                                                        const TVec8& y) {
+#if defined(__x86_64__)
+  typedef double TVec2 __attribute__((vector_size(16)));
+  double* d = &p->x;
+  _mm_stream_pd(d + 0, TVec2(__builtin_shufflevector(x, y, 0, 8)));
+  _mm_stream_pd(d + 2, TVec2(__builtin_shufflevector(x, y, 1, 9)));
+  _mm_stream_pd(d + 4, TVec2(__builtin_shufflevector(x, y, 2, 10)));
+  _mm_stream_pd(d + 6, TVec2(__builtin_shufflevector(x, y, 3, 11)));
+  _mm_stream_pd(d + 8, TVec2(__builtin_shufflevector(x, y, 4, 12)));
+  _mm_stream_pd(d + 10, TVec2(__builtin_shufflevector(x, y, 5, 13)));
+  _mm_stream_pd(d + 12, TVec2(__builtin_shufflevector(x, y, 6, 14)));
+  _mm_stream_pd(d + 14, TVec2(__builtin_shufflevector(x, y, 7, 15)));
+#else
+  StorePoints(p, x, y);
+#endif
+}
+
+// Orders the streaming stores before any later store.
+inline void EndStreaming() {
+#if defined(__x86_64__)
+  _mm_sfence();
+#endif
 }
 
 // The lanes of v as an array, for the scalar work of a batch (convergence tests, fallbacks).

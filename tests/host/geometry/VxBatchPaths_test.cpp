@@ -213,6 +213,22 @@ TEST(TransformGrid, EveryPoint_HasTheBitsOfTheOnePointPath) {
   ExpectGridEqualsOnePoint(TUnityTransform(), grid, "unity");
 }
 
+// Outputs of 16 MiB and more are written with streaming stores: the same bits.
+TEST(TransformGrid, LargeGrid_WrittenPastTheCachesHasTheSameBits) {
+  TCombinedTransform camera;
+  camera.AddTransform(TAffineTransform(1, 0, -0.003, 0, 1, 0.002));
+  camera.AddTransform(TFormulaDistortion(StrongBrown()));
+  const TVxPointGrid grid = PixelGrid(1101, 1000, 0.08);
+  ExpectGridEqualsOnePoint(camera, grid, "large grid");
+  std::vector<TPoint> in(grid.columns * grid.rows);
+  TransformGrid(TUnityTransform(), grid, in.data());
+  std::vector<TPoint> out(in.size());
+  EXPECT_EQ(camera.TransformPoints(in.data(), out.data(), in.size()), 0u);
+  for (std::size_t k = 0; k < in.size(); ++k) {
+    ASSERT_TRUE(SameBits(out[k], camera.TransformPoint(in[k]))) << "point " << k;
+  }
+}
+
 TEST(TransformGrid, PointsWithoutPreimage_AreNaNAndCounted) {
   auto c = Folding();
   c.inverse = true;
