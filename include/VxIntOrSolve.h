@@ -48,7 +48,8 @@ struct TVxIntOrSolveOptions {
   // default): 3 times the RMS of the residuals, and at least 10 micrometres.
   double residualLimitUm = 0.0;
   // Gauss-Newton iterations of the projective fit at most; a fit that has not converged by then
-  // fails. Converged fits take 2 to 6.
+  // fails. From its linear start the fit needs only a few; the limit guards against marks that
+  // no projective map fits.
   int maxIterations = 50;
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cmath>
 #include <cstddef>
 #include <set>
@@ -660,6 +661,7 @@ bool Fail(std::string* message, const char* key) {
 bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
                 const TVxIntOrSolveOptions& options, TVxIntOrSolution* solution,
                 std::string* message) {
+  assert(meas != nullptr && solution != nullptr);
   std::string readiness;
   if (!meas->IntOrReady(camera, &readiness)) {
     if (message != nullptr) *message = readiness;
