@@ -151,7 +151,12 @@ int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* 
                                   [&](const TCommand& c) { return all[i] == c.name; });
   if (found == commands.end())
     return MainUsageError(io, Text("vxcam.error.unknown_command") + ": " + all[i]);
-  Init_VxCameraUtils();
+  try {
+    Init_VxCameraUtils();
+  } catch (const std::exception& e) {
+    io.err << "vxcam: " << e.what() << '\n';
+    return kExitInvalidContent;
+  }
   const int status =
       found->run(TArgs(all.begin() + static_cast<std::ptrdiff_t>(i) + 1, all.end()), io);
   Deinit_VxCameraUtils();
