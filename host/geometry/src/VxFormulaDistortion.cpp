@@ -109,8 +109,8 @@ __attribute__((always_inline)) inline void ApplyAffine(const double* a, T& x, T&
 constexpr double kNewtonTolerance2 =
     vx_geometry_detail::kNewtonTolerance * vx_geometry_detail::kNewtonTolerance;
 
-// The inverse of eight points in place: the fixed Newton steps in all lanes, then the damped
-// solver for the lanes they leave above the tolerance, as InversePoint does for one point.
+// The inverse of eight points in place: the first stage (FixedNewton) in all lanes, then the
+// damped solver for the lanes it leaves above the tolerance, as InversePoint does for one point.
 template <class Kernel>
 __attribute__((always_inline)) inline void Inverse8(const Kernel& kernel, TVec8& x, TVec8& y) {
   constexpr std::size_t lanes = vx_geometry_detail::kLanes;
@@ -431,11 +431,11 @@ std::size_t MapFormulaGrid(const TFormulaBatch& batch, const TVxPointGrid& grid,
   const double* affine = batch.hasAffine ? batch.affine : nullptr;
   if (TSeparableBrownGrid::Applies(batch.coefficients, affine)) {
     TSeparableBrownGrid separable(batch.coefficients, affine, grid);
+    // Rows that do not separate go through the general loop of the same (forward Brown) chain.
     if (separable.Finite()) {
-      return Dispatch(
-          batch, [&](const auto& chain) __attribute__((always_inline)) {
-            return MapGridLoop(chain, grid, out, &separable);
-          });
+      return batch.hasAffine
+                 ? MapGridLoop(MakeChain<true, true, false>(batch), grid, out, &separable)
+                 : MapGridLoop(MakeChain<true, false, false>(batch), grid, out, &separable);
     }
   }
   return Dispatch(
