@@ -3,9 +3,10 @@
 // (initUndistortRectifyMap); and the time of one formula fit of a radial camera.
 //
 // One process, one thread for every contender. Each case runs its contenders one after the
-// other within a repetition (interleaved), a warm-up repetition first, then `--repetitions`
-// (at least 11) timed ones; it prints the median time of each contender and the median of the
-// per-repetition ratios, and writes everything, per-repetition values included, to a JSON file.
+// other within a repetition (interleaved, in an order that rotates), a warm-up repetition first,
+// then `--repetitions` (at least 11) timed ones; it prints the median time of each contender and
+// the median of the per-repetition ratios, and writes everything, per-repetition values included,
+// to a JSON file.
 //
 //   VxVsPeers [--repetitions N] [--json FILE] [--callgrind]
 //
@@ -144,8 +145,15 @@ struct TOptions {
 void RunCase(TCase& c, const TOptions& options) {
   const int runs = options.callgrind ? 1 : options.repetitions + 1;
   for (int rep = 0; rep < runs; ++rep) {
-    std::vector<double> t;
-    for (auto& contender : c.contenders) t.push_back(Seconds(contender.run));
+    // The order rotates from one repetition to the next: whoever runs first after another case
+    // (or after OpenCV's larger buffers) finds the last-level cache cold, and that must not
+    // always be the same contender.
+    const std::size_t count = c.contenders.size();
+    std::vector<double> t(count);
+    for (std::size_t j = 0; j < count; ++j) {
+      const std::size_t k = (j + static_cast<std::size_t>(rep)) % count;
+      t[k] = Seconds(c.contenders[k].run);
+    }
     if (!options.callgrind && rep == 0) continue;  // warm-up
     for (std::size_t k = 0; k < t.size(); ++k) c.contenders[k].seconds.push_back(t[k]);
     for (auto& ratio : c.ratios) ratio.values.push_back(t[ratio.slower] / t[ratio.faster]);

@@ -15,12 +15,20 @@ namespace {
 using vx_geometry_detail::TVec8;
 
 // The displacement of the formula model; the formula stands in the header. Templates over the
-// number type: double for one point, TVec8 for eight (see VxSimd.h). kBrown leaves out the terms
-// of k4, k5 and the profile (1 + p3 r^2 + p4 r^4), for a model whose k4, k5, p3, p4 are zero:
-// the radial, decentering and in-plane terms of most calibrations, with a quarter less
-// arithmetic. One-point and batch paths choose it alike (IsBrown).
-template <bool kBrown>
+// number type: double for one point, TVec8 for eight (see VxSimd.h). kTerms leaves out terms
+// whose coefficients are all zero (see Terms): kBrownTerms the terms of k4, k5 and the profile
+// (1 + p3 r^2 + p4 r^4), which leaves the radial, decentering and in-plane terms of most
+// calibrations with a quarter less arithmetic; kRadialDecentering also the in-plane terms (the
+// model of OpenCV and of most close-range calibrations). One-point and batch paths choose alike.
+constexpr int kAllTerms = 0;
+constexpr int kBrownTerms = 1;
+constexpr int kRadialDecentering = 2;
+
+template <int kTerms>
 struct TFormulaKernel {
+  static constexpr bool kBrown = kTerms != kAllTerms;
+  static constexpr bool kInPlane = kTerms != kRadialDecentering;
+
   explicit TFormulaKernel(const TFormulaDistortion::TDistCoeff& c) : c_(c) {}
 
   // (Results through references: vectors are never passed by value, whose ABI differs between
@@ -43,7 +51,10 @@ struct TFormulaKernel {
     Radial(r2, radial);
     const T tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
     const T ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
-    if constexpr (kBrown) {
+    if constexpr (!kInPlane) {
+      dx = x * radial + tx;
+      dy = y * radial + ty;
+    } else if constexpr (kBrown) {
       dx = x * radial + tx + c_.b1 * x + c_.b2 * y;
       dy = y * radial + ty + c_.a1 * x + c_.a2 * y;
     } else {
@@ -69,10 +80,17 @@ struct TFormulaKernel {
     if constexpr (kBrown) {
       // d(radial)/d(r^2); d(r^2)/dx = 2x.
       const T radial1 = c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3));
-      jxx = radial + 2.0 * x * x * radial1 + txx + c_.b1;
-      jxy = 2.0 * x * y * radial1 + txy + c_.b2;
-      jyx = 2.0 * x * y * radial1 + tyx + c_.a1;
-      jyy = radial + 2.0 * y * y * radial1 + tyy + c_.a2;
+      if constexpr (kInPlane) {
+        jxx = radial + 2.0 * x * x * radial1 + txx + c_.b1;
+        jxy = 2.0 * x * y * radial1 + txy + c_.b2;
+        jyx = 2.0 * x * y * radial1 + tyx + c_.a1;
+        jyy = radial + 2.0 * y * y * radial1 + tyy + c_.a2;
+      } else {
+        jxx = radial + 2.0 * x * x * radial1 + txx;
+        jxy = 2.0 * x * y * radial1 + txy;
+        jyx = 2.0 * x * y * radial1 + tyx;
+        jyy = radial + 2.0 * y * y * radial1 + tyy;
+      }
     } else {
       // d(radial)/d(r^2) and d(profile)/d(r^2); d(r^2)/dx = 2x.
       const T radial1 =
@@ -92,8 +110,11 @@ struct TFormulaKernel {
   TFormulaDistortion::TDistCoeff c_;
 };
 
-bool IsBrown(const TFormulaDistortion::TDistCoeff& c) {
-  return c.k4 == 0.0 && c.k5 == 0.0 && c.p3 == 0.0 && c.p4 == 0.0;
+// The kernel for the coefficients: the shortest that leaves out only zero coefficients.
+int Terms(const TFormulaDistortion::TDistCoeff& c) {
+  if (!(c.k4 == 0.0 && c.k5 == 0.0 && c.p3 == 0.0 && c.p4 == 0.0)) return kAllTerms;
+  if (c.b1 == 0.0 && c.b2 == 0.0 && c.a1 == 0.0 && c.a2 == 0.0) return kRadialDecentering;
+  return kBrownTerms;
 }
 
 // The affine map in front of the model, (a0 x + a1 y + a2, a3 x + a4 y + a5), written exactly as
@@ -140,9 +161,10 @@ __attribute__((always_inline)) inline void Inverse8(const Kernel& kernel, TVec8&
 
 // The loop body of a batch: the affine map (when kAffine) and the model, forward or inverse,
 // for eight points and for one. Each lane of Map8 gives exactly Map1's bits.
-template <bool kBrown, bool kAffine, bool kInverse>
+template <int kTerms, bool kAffine, bool kInverse>
 struct TFormulaChain {
-  TFormulaKernel<kBrown> kernel;
+  static constexpr bool kInPlane = TFormulaKernel<kTerms>::kInPlane;
+  TFormulaKernel<kTerms> kernel;
   double affine[6];
 
   __attribute__((always_inline)) void Map8(TVec8& x, TVec8& y) const {
@@ -257,12 +279,13 @@ class TSeparableBrownGrid {
 
   // False when the model or the affine map does not separate, or a column is not finite.
   static bool Applies(const TFormulaDistortion::TDistCoeff& c, const double* affine) {
-    return IsBrown(c) && !c.inverse &&
+    return Terms(c) != kAllTerms && !c.inverse &&
            (affine == nullptr || (affine[1] == 0.0 && affine[3] == 0.0));
   }
   bool Finite() const { return finite_; }
 
   // Maps row `yRow` into `line`; false (nothing written) for a row the general loop must map.
+  template <bool kInPlane>
   __attribute__((always_inline)) bool Row(double yRow, vec_t_<double, 2>* line, bool stream,
                                           TVec8& marks, std::size_t& nan) {
     double yp = yRow;
@@ -299,8 +322,14 @@ class TSeparableBrownGrid {
       const TVec8 radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
       const TVec8 tx = c_.p1 * (r2 + x2x) + p2x * y;
       const TVec8 ty = c_.p2 * (r2 + y2y) + p1x * y;
-      const TVec8 dx = x * radial + tx + b1x + b2y;
-      const TVec8 dy = y * radial + ty + a1x + a2y;
+      TVec8 dx, dy;
+      if constexpr (kInPlane) {
+        dx = x * radial + tx + b1x + b2y;
+        dy = y * radial + ty + a1x + a2y;
+      } else {
+        dx = x * radial + tx;
+        dy = y * radial + ty;
+      }
       const TVec8 outX = xp + dx;
       const TVec8 outY = yp + dy;
       if (stream) {
@@ -316,8 +345,12 @@ class TSeparableBrownGrid {
       const double radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
       const double tx = c_.p1 * (r2 + x2x_[i]) + p2x_[i] * y;
       const double ty = c_.p2 * (r2 + y2y) + p1x_[i] * y;
-      line[i] = {xp_[i] + (x * radial + tx + b1x_[i] + b2y),
-                 yp + (y * radial + ty + a1x_[i] + a2y)};
+      if constexpr (kInPlane) {
+        line[i] = {xp_[i] + (x * radial + tx + b1x_[i] + b2y),
+                   yp + (y * radial + ty + a1x_[i] + a2y)};
+      } else {
+        line[i] = {xp_[i] + (x * radial + tx), yp + (y * radial + ty)};
+      }
       if (IsNaNPoint(line[i])) ++nan;
     }
     return true;
@@ -364,7 +397,10 @@ __attribute__((always_inline)) inline std::size_t MapGridLoop(const Chain& chain
   for (std::size_t row = 0; row < grid.rows; ++row) {
     const double y = grid.y0 + static_cast<double>(row) * grid.dy;
     vec_t_<double, 2>* line = out + row * grid.columns;
-    if (separable != nullptr && separable->Row(y, line, stream, marks, nan)) continue;
+    if (separable != nullptr &&
+        separable->template Row<Chain::kInPlane>(y, line, stream, marks, nan)) {
+      continue;
+    }
     MapGridRow(chain, grid, y, line, stream, marks, nan);
   }
   if (stream) vx_geometry_detail::EndStreaming();
@@ -388,32 +424,37 @@ TFormulaBatch MakeBatch(const TFormulaDistortion& model, const TAffineTransform*
   return batch;
 }
 
-template <bool kBrown, bool kAffine, bool kInverse>
-TFormulaChain<kBrown, kAffine, kInverse> MakeChain(const TFormulaBatch& batch) {
-  TFormulaChain<kBrown, kAffine, kInverse> chain{TFormulaKernel<kBrown>(batch.coefficients), {}};
+template <int kTerms, bool kAffine, bool kInverse>
+TFormulaChain<kTerms, kAffine, kInverse> MakeChain(const TFormulaBatch& batch) {
+  TFormulaChain<kTerms, kAffine, kInverse> chain{TFormulaKernel<kTerms>(batch.coefficients), {}};
   std::copy(batch.affine, batch.affine + 6, chain.affine);
   return chain;
 }
 
 // Calls loop(chain) with the chain of the batch's options.
+template <int kTerms, class Loop>
+__attribute__((always_inline)) inline std::size_t DispatchTerms(const TFormulaBatch& batch,
+                                                                const Loop& loop) {
+  const bool inverse = batch.coefficients.inverse;
+  if (batch.hasAffine) {
+    return inverse ? loop(MakeChain<kTerms, true, true>(batch))
+                   : loop(MakeChain<kTerms, true, false>(batch));
+  }
+  return inverse ? loop(MakeChain<kTerms, false, true>(batch))
+                 : loop(MakeChain<kTerms, false, false>(batch));
+}
+
 template <class Loop>
 __attribute__((always_inline)) inline std::size_t Dispatch(const TFormulaBatch& batch,
                                                            const Loop& loop) {
-  const bool inverse = batch.coefficients.inverse;
-  if (IsBrown(batch.coefficients)) {
-    if (batch.hasAffine) {
-      return inverse ? loop(MakeChain<true, true, true>(batch))
-                     : loop(MakeChain<true, true, false>(batch));
-    }
-    return inverse ? loop(MakeChain<true, false, true>(batch))
-                   : loop(MakeChain<true, false, false>(batch));
+  switch (Terms(batch.coefficients)) {
+    case kRadialDecentering:
+      return DispatchTerms<kRadialDecentering>(batch, loop);
+    case kBrownTerms:
+      return DispatchTerms<kBrownTerms>(batch, loop);
+    default:
+      return DispatchTerms<kAllTerms>(batch, loop);
   }
-  if (batch.hasAffine) {
-    return inverse ? loop(MakeChain<false, true, true>(batch))
-                   : loop(MakeChain<false, true, false>(batch));
-  }
-  return inverse ? loop(MakeChain<false, false, true>(batch))
-                 : loop(MakeChain<false, false, false>(batch));
 }
 
 VX_BATCH_CLONES
@@ -433,9 +474,15 @@ std::size_t MapFormulaGrid(const TFormulaBatch& batch, const TVxPointGrid& grid,
     TSeparableBrownGrid separable(batch.coefficients, affine, grid);
     // Rows that do not separate go through the general loop of the same (forward Brown) chain.
     if (separable.Finite()) {
+      if (Terms(batch.coefficients) == kRadialDecentering) {
+        return batch.hasAffine ? MapGridLoop(MakeChain<kRadialDecentering, true, false>(batch),
+                                             grid, out, &separable)
+                               : MapGridLoop(MakeChain<kRadialDecentering, false, false>(batch),
+                                             grid, out, &separable);
+      }
       return batch.hasAffine
-                 ? MapGridLoop(MakeChain<true, true, false>(batch), grid, out, &separable)
-                 : MapGridLoop(MakeChain<true, false, false>(batch), grid, out, &separable);
+                 ? MapGridLoop(MakeChain<kBrownTerms, true, false>(batch), grid, out, &separable)
+                 : MapGridLoop(MakeChain<kBrownTerms, false, false>(batch), grid, out, &separable);
     }
   }
   return Dispatch(
@@ -497,12 +544,18 @@ bool TFormulaDistortion::IsIdentity() const {
 }
 
 vec_t_<double, 2> TFormulaDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  if (IsBrown(c_)) {
-    const TFormulaKernel<true> kernel(c_);
+  const int terms = Terms(c_);
+  if (terms == kRadialDecentering) {
+    const TFormulaKernel<kRadialDecentering> kernel(c_);
     return c_.inverse ? vx_geometry_detail::InversePoint(kernel, p)
                       : vx_geometry_detail::ForwardPoint(kernel, p);
   }
-  const TFormulaKernel<false> kernel(c_);
+  if (terms == kBrownTerms) {
+    const TFormulaKernel<kBrownTerms> kernel(c_);
+    return c_.inverse ? vx_geometry_detail::InversePoint(kernel, p)
+                      : vx_geometry_detail::ForwardPoint(kernel, p);
+  }
+  const TFormulaKernel<kAllTerms> kernel(c_);
   return c_.inverse ? vx_geometry_detail::InversePoint(kernel, p)
                     : vx_geometry_detail::ForwardPoint(kernel, p);
 }
