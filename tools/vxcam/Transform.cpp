@@ -46,6 +46,19 @@ nlohmann::ordered_json Coordinate(double value) {
   return std::isnan(value) ? nlohmann::ordered_json() : nlohmann::ordered_json(value);
 }
 
+// One "x y" line a point in mm with 6 decimals (nanometres), or JSON with both points.
+void WritePoints(std::ostream& stream, const TPoints& in, const TPoints& out, bool json) {
+  if (!json) {
+    for (const auto& p : out) stream << FormatFixed(p.x, 6) << ' ' << FormatFixed(p.y, 6) << '\n';
+    return;
+  }
+  nlohmann::ordered_json points = nlohmann::ordered_json::array();
+  for (std::size_t i = 0; i < in.size(); ++i)
+    points.push_back({{"camera", PointToJson(in[i])},
+                      {"mm", {{"x", Coordinate(out[i].x)}, {"y", Coordinate(out[i].y)}}}});
+  WriteJson(stream, {{"points", points}});
+}
+
 }  // namespace
 
 int RunTransform(const TArgs& args, TIo& io) {
@@ -69,15 +82,7 @@ int RunTransform(const TArgs& args, TIo& io) {
             coordinates.empty() ? PointsFromStream(io.in) : PointsFromArguments(coordinates);
         TPoints out(in.size());
         transform->TransformPoints(in.data(), out.data(), in.size());
-        nlohmann::ordered_json points = nlohmann::ordered_json::array();
-        for (std::size_t i = 0; i < in.size(); ++i) {
-          if (json)
-            points.push_back({{"camera", PointToJson(in[i])},
-                              {"mm", {{"x", Coordinate(out[i].x)}, {"y", Coordinate(out[i].y)}}}});
-          else
-            io.out << FormatFixed(out[i].x, 6) << ' ' << FormatFixed(out[i].y, 6) << '\n';
-        }
-        if (json) WriteJson(io.out, {{"points", points}});
+        WritePoints(io.out, in, out, json);
         return kExitSuccess;
       });
 }
