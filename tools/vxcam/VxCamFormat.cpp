@@ -189,6 +189,12 @@ TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
 
 namespace {
 
+// The library has no user text for the pixel origin: the tool's own, keyed by the file text.
+std::string OriginToUserText(TVxCameraInfo::TDigitalCameraOrigin origin) {
+  const std::string word = DigitalCameraOriginToTextE(origin, "");
+  return Text(("vxcam.origin." + word).c_str());
+}
+
 void DescribeMarks(TRows& rows, const TVxCameraInfo& camera) {
   const std::string mm = UnitsCamMmUserTextAbbr();
   rows.push_back({0, Text("vxcam.label.marks"), CameraTypeToUserText(camera.cameraType)});
@@ -208,8 +214,8 @@ void DescribeMarks(TRows& rows, const TVxCameraInfo& camera) {
                       std::to_string(camera.sensorDims.x) + " x " +
                           std::to_string(camera.sensorDims.y) + " " + UnitsPixUserTextAbbr()});
       rows.push_back({1, Text("vxcam.label.pixel_size"), FormatPoint(camera.pixelSize, mm)});
-      rows.push_back({1, Text("vxcam.label.pixel_origin"),
-                      DigitalCameraOriginToTextE(camera.digitalCameraOrigin, "")});
+      rows.push_back(
+          {1, Text("vxcam.label.pixel_origin"), OriginToUserText(camera.digitalCameraOrigin)});
       break;
     default:
       break;
