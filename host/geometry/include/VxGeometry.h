@@ -9,6 +9,7 @@
 #include "VxMatr3x3.h"
 #include "VxMixedDistortion.h"
 #include "VxPolynomialDistortion.h"
+#include "VxProjectiveTransform.h"
 #include "VxRadialDistortion.h"
 #include "VxTransform.h"
 #include "VxTransformGrid.h"
