@@ -5,19 +5,4 @@
 # already. Run as root (or with sudo available).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh
-
-packages=(libopencv-dev valgrind)
-
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-sudo=""
-[ "$(id -u)" -eq 0 ] || sudo="sudo"
-echo "Installing: ${missing[*]}" >&2
-export DEBIAN_FRONTEND=noninteractive
-$sudo apt-get update -qq
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+scripts/install-deps.sh libopencv-dev valgrind

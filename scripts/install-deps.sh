@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what building and testing VxCameraUtils needs, from Debian's archive only.
+# Installs what building and testing VxCameraUtils needs, from Debian's archive only, and any
+# further Debian packages named as arguments (other scripts name theirs so).
 # Does nothing when everything is there already. Run as root (or with sudo available).
 set -euo pipefail
 
@@ -8,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libyaml-cpp-dev libcli11-dev nlohmann-json3-dev librsvg2-bin libpng-dev
   clang libclang-rt-14-dev
+  "$@"
 )
 
 missing=()
