@@ -108,7 +108,8 @@ struct TVxIntOrSolution {
   vec_t_<double, 2> originPix;
 
   // One residual per measured mark, in the order of the record's marks: Fiducials, Cross and
-  // CalibratedCross; the principal point's mark with residual 0; none for Digital.
+  // CalibratedCross; the principal point's mark, whose residual is 0 up to rounding; none for
+  // Digital.
   std::vector<TVxIntOrMarkResidual> residuals;
   // Root mean square of the residual lengths (0 without residuals).
   double rmsPix = 0.0;

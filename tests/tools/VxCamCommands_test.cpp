@@ -13,7 +13,9 @@
 #include "VxCamFormat.h"
 #include "VxCameraInfo.h"
 #include "VxCameraMath.h"
+#include "VxIntOrMeas.h"
 #include "VxResourceGuards.h"
+#include "VxXIni.h"
 
 namespace {
 
@@ -25,6 +27,7 @@ const std::string kExamples = VX_SOURCE_DIR "/examples";
 const std::string kRadial = kExamples + "/cameras/rc10_radial.yaml";
 const std::string kFormula = kExamples + "/cameras/rc10_formula.yaml";
 const std::string kData = VX_SOURCE_DIR "/tests/tools/data";
+const std::string kScan = kExamples + "/measurements/rc10_scan_complete.yaml";
 
 // A command's run with its input and both outputs kept.
 struct CommandRun {
@@ -202,6 +205,105 @@ TEST_F(VxCamCommands, Plot_Svg_ShowsCurveFieldAndMarks) {
   EXPECT_THAT(svg, HasSubstr("</svg>\n"));
 }
 
+// How often `needle` occurs in `text`.
+std::size_t Count(const std::string& text, const std::string& needle) {
+  std::size_t n = 0;
+  for (auto at = text.find(needle); at != std::string::npos; at = text.find(needle, at + 1)) ++n;
+  return n;
+}
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+TEST_F(VxCamCommands, Solve_Output_IsTheMeasurementsWithTheLibrarysResiduals) {
+  const CommandRun run = Call(vxcam::RunSolve, {kRadial, kScan, "-o", Path("solved.yaml")});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  TVxIntOrMeas expected = vxcam::LoadMeasurements(kScan);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&expected, vxcam::LoadCamera(kRadial), &solution, nullptr));
+  // Residuals are read only into a record that already holds the Fiducials type.
+  TVxIntOrMeas written;
+  written.cameraType = TCameraType::Fiducials;
+  written.LoadE(TVxXIniReader::FromFile(Path("solved.yaml")).get());
+  ASSERT_EQ(written.marks.size(), expected.marks.size());
+  for (std::size_t i = 0; i < written.marks.size(); ++i) {
+    EXPECT_EQ(written.marks[i].index, expected.marks[i].index);
+    EXPECT_EQ(written.marks[i].coordsPix, expected.marks[i].coordsPix);
+    EXPECT_EQ(written.marks[i].residualsPix, expected.marks[i].residualsPix);
+    EXPECT_GT(written.marks[i].residualsPix.Length(), 0.01);  // the scan has residuals to keep
+  }
+  EXPECT_THAT(run.out, HasSubstr("Written: " + Path("solved.yaml") + "\n"));
+}
+
+TEST_F(VxCamCommands, Solve_NotSolvable_IsCheckFailedAndWritesNothing) {
+  const CommandRun run =
+      Call(vxcam::RunSolve,
+           {kRadial, kExamples + "/measurements/rc10_scan_two_missing.yaml", "-o", Path("s.yaml")});
+  EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
+  EXPECT_THAT(run.out, IsEmpty());
+  EXPECT_THAT(run.err, HasSubstr("not solved: "));
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
+TEST_F(VxCamCommands, Solve_Json_HoldsTheReportOfTheLibrary) {
+  const CommandRun run = Call(vxcam::RunSolve, {kRadial, kScan, "--json", "--limit", "0.9"});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  TVxIntOrMeas measurements = vxcam::LoadMeasurements(kScan);
+  TVxIntOrSolveOptions options;
+  options.residualLimitUm = 0.9;
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&measurements, vxcam::LoadCamera(kRadial), options, &solution, nullptr));
+  const auto json = nlohmann::json::parse(run.out);
+  EXPECT_EQ(json["scale_x_um"].get<double>(), solution.scaleXUm);
+  EXPECT_EQ(json["rotation_deg"].get<double>(), solution.rotationDeg);
+  EXPECT_EQ(json["rms_um"].get<double>(), solution.rmsUm);
+  EXPECT_EQ(json["redundancy"].get<int>(), solution.redundancy);
+  ASSERT_EQ(json["residuals"].size(), solution.residuals.size());
+  EXPECT_EQ(json["residuals"][2]["residual_um"]["y"].get<double>(),
+            solution.residuals[2].residualUm.y);
+  ASSERT_EQ(json["warnings"].size(), solution.warnings.size());
+  ASSERT_FALSE(solution.warnings.empty());  // every residual is above 0.9 µm
+  EXPECT_EQ(json["warnings"][0]["key"], "global.Warn_IntOrLargeResidual");
+  EXPECT_EQ(json["warnings"][0]["mark"].get<int>(), *solution.warnings[0].markIndex);
+}
+
+TEST_F(VxCamCommands, Plot_Scan_DrawsOneResidualArrowPerMarkAndAScaleArrow) {
+  ASSERT_EQ(Call(vxcam::RunPlot, {kRadial, kScan, "-o", Path("p.svg")}).status,
+            vxcam::kExitSuccess);
+  const std::string svg = Slurp(Path("p.svg"));
+  EXPECT_EQ(Count(svg, "stroke=\"#1e8449\""), 4u + 1u);
+  EXPECT_EQ(Count(svg, "stroke=\"#d35400\""), 0u);
+  EXPECT_THAT(svg, HasSubstr("Residuals of the scan: 0.5 µm"));
+}
+
+TEST_F(VxCamCommands, Plot_ScanWithLowLimit_DrawsTheMarksAboveItInTheirOwnColour) {
+  ASSERT_EQ(Call(vxcam::RunPlot, {kRadial, kScan, "--limit", "0.5", "-o", Path("p.svg")}).status,
+            vxcam::kExitSuccess);
+  const std::string svg = Slurp(Path("p.svg"));
+  EXPECT_EQ(Count(svg, "stroke=\"#d35400\""), 4u);
+  EXPECT_EQ(Count(svg, "stroke=\"#1e8449\""), 1u);  // the scale arrow
+}
+
+TEST_F(VxCamCommands, Plot_ScanWithoutRedundancy_SaysThereAreNoResiduals) {
+  ASSERT_EQ(
+      Call(vxcam::RunPlot, {kRadial, kData + "/rc10_scan_projective.yaml", "-o", Path("p.svg")})
+          .status,
+      vxcam::kExitSuccess);
+  const std::string svg = Slurp(Path("p.svg"));
+  EXPECT_EQ(Count(svg, "stroke=\"#1e8449\""), 0u);
+  EXPECT_THAT(svg, HasSubstr("Residuals of the scan: none"));
+}
+
+TEST_F(VxCamCommands, Plot_ScanNotSolvable_IsCheckFailedAndWritesNothing) {
+  const CommandRun run =
+      Call(vxcam::RunPlot,
+           {kRadial, kExamples + "/measurements/not_measured.yaml", "-o", Path("p.svg")});
+  EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
 TEST_F(VxCamCommands, WriteFileAtomically_MissingFolder_IsFileErrorAndLeavesNothing) {
   EXPECT_THROW(vxcam::WriteFileAtomically(Path("no/such/folder/x.svg"), "text"),
                std::runtime_error);
@@ -217,10 +319,11 @@ TEST_F(VxCamCommands, WriteFileAtomically_ExistingTarget_IsReplacedWhole) {
   EXPECT_EQ(Files(), std::vector<std::string>{"x.txt"});
 }
 
-TEST_F(VxCamCommands, Demo_WritesTheFittedCameraAndTwoPictures) {
+TEST_F(VxCamCommands, Demo_WritesTheSolvedScanTheFittedCameraAndTwoPictures) {
   const CommandRun run = Call(vxcam::RunDemo, {"-o", Path("demo")});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
-  for (const char* name : {"rc10_formula.yaml", "rc10_radial.svg", "rc10_directed8.svg"})
+  for (const char* name :
+       {"rc10_scan_solved.yaml", "rc10_formula.yaml", "rc10_radial.svg", "rc10_directed8.svg"})
     EXPECT_TRUE(std::filesystem::exists(Path("demo") + "/" + name)) << name;
   EXPECT_THAT(run.out, HasSubstr("$ vxcam check"));
   EXPECT_THAT(run.out, HasSubstr(Path("demo") + "/rc10_directed8.svg\n"));

@@ -22,10 +22,6 @@ TCheckResult Check(const TVxIntOrMeas& measurements, const TVxCameraInfo& camera
   return result;
 }
 
-std::string YesNo(bool value) {
-  return Text(value ? "vxcam.text.yes" : "vxcam.text.no");
-}
-
 void WriteResult(std::ostream& out, const TCheckResult& result) {
   TRows rows{{0, Text("vxcam.label.consistent"), YesNo(result.consistent)},
              {0, Text("vxcam.label.ready"), YesNo(result.ready)}};

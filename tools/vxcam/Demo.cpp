@@ -31,12 +31,16 @@ void Tour(TIo& io, const std::string& examples, const std::string& outDir) {
   must(Step(io, "vxcam.demo.show", RunShow, "show", {camera}));
   for (const char* name : {"rc10_scan_complete", "rc10_scan_two_missing", "rc10_scan_unknown_mark"})
     must(Step(io, "vxcam.demo.check", RunCheck, "check", {camera, scan(name)}));
+  const std::string solved = outDir + "/rc10_scan_solved.yaml";
+  must(Step(io, "vxcam.demo.solve", RunSolve, "solve",
+            {camera, scan("rc10_scan_complete"), "-o", solved}));
   must(Step(io, "vxcam.demo.fit", RunFit, "fit", {camera, "--model", "formula", "-o", fitted}));
-  must(Step(io, "vxcam.demo.plot", RunPlot, "plot", {camera, "-o", radialSvg}));
+  must(Step(io, "vxcam.demo.plot_scan", RunPlot, "plot",
+            {camera, scan("rc10_scan_complete"), "-o", radialSvg}));
   must(Step(io, "vxcam.demo.plot", RunPlot, "plot",
             {DisplayPath(examples + "/cameras/rc10_directed8.yaml"), "-o", directedSvg}));
   io.out << "\n== " << Text("vxcam.demo.written") << '\n';
-  for (const auto& path : {fitted, radialSvg, directedSvg}) io.out << "  " << path << '\n';
+  for (const auto& path : {solved, fitted, radialSvg, directedSvg}) io.out << "  " << path << '\n';
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamPlot.h"
@@ -7,18 +9,29 @@ namespace vxcam {
 
 int RunPlot(const TArgs& args, TIo& io) {
   std::string cameraPath;
+  std::string measurementsPath;
   std::string outputPath;
+  TVxIntOrSolveOptions options;
   return RunCommand(
       "plot", "vxcam.plot.summary", args, io,
       [&](CLI::App& app) {
         app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
             ->type_name(Text("vxcam.help.file"))
             ->required();
+        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.scan_to_plot"))
+            ->type_name(Text("vxcam.help.file"));
+        app.add_option("--limit", options.residualLimitUm, Text("vxcam.opt.residual_limit"))
+            ->option_text(UnitsCamMkmUserTextAbbr())
+            ->check(PositiveNumber());
         AddOutputOption(app, outputPath, "vxcam.opt.output_svg", true);
       },
       [&] {
         const TVxCameraInfo camera = LoadCamera(cameraPath);
-        const std::string svg = WithContentOf(cameraPath, [&] { return PlotCameraSvg(camera); });
+        std::optional<TSolvedScan> scan;
+        if (!measurementsPath.empty())
+          scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath, options);
+        const std::string svg = WithContentOf(
+            cameraPath, [&] { return PlotCameraSvg(camera, scan ? &*scan : nullptr); });
         WriteFileAtomically(outputPath, svg);
         ReportWritten(io, outputPath);
         return kExitSuccess;

@@ -1,6 +1,7 @@
 #include "VxCamApp.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 #include "VxCamText.h"
@@ -70,6 +71,8 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TFileError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
+  } catch (const TNotSolvedError& e) {
+    return Report(io, command, "vxcam.error.not_solved", e.what(), kExitCheckFailed);
   } catch (const TContentError& e) {
     return Report(io, command, "vxcam.error.content", e.what(), kExitInvalidContent);
   } catch (const std::exception& e) {
@@ -85,6 +88,17 @@ void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKe
   auto* option = app.add_option("-o,--output", path, Text(descriptionKey));
   option->option_text(Text("vxcam.help.file"));
   if (required) option->required();
+}
+
+CLI::Validator PositiveNumber() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        double value = 0.0;
+        if (CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0.0)
+          return {};
+        return Text("vxcam.error.not_positive") + ": " + text;
+      },
+      "", "POSITIVE");
 }
 
 void ReportWritten(TIo& io, const std::string& path) {

@@ -31,6 +31,13 @@ class TContentError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Measurements that were read but cannot be solved: the reason, localised. Exit 1, as a check
+// that is not passed.
+class TNotSolvedError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 // Runs one command: a CLI11 application named "vxcam <name>" with the summary text of
 // `summaryKey`, the options --help and --lang, and what `define` adds; then `act`. Help goes to
 // io.out with status 0; a parse error, and the errors above, go to io.err as one message with
@@ -42,6 +49,9 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
 void AddJsonFlag(CLI::App& app, bool& json);
 // Adds -o/--output, required or not.
 void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKey, bool required);
+
+// Accepts a finite number greater than zero; refuses anything else with a localised message.
+CLI::Validator PositiveNumber();
 
 // Tells the user on io.out that `path` was written.
 void ReportWritten(TIo& io, const std::string& path);

@@ -4,7 +4,7 @@
 //
 // Every Run function takes the arguments after the command name, parses them with CLI11, writes
 // data to io.out and diagnostics to io.err, and returns the exit status:
-//   0 success, 1 check not passed, 2 usage, 3 file error, 4 invalid content.
+//   0 success, 1 check not passed (or not solved), 2 usage, 3 file error, 4 invalid content.
 // Texts for people are resource texts ("vxcam.*" keys) in the language in force (VX_LANG or
 // --lang). No command leaves a partial output file behind: files are written to a temporary
 // file in the target's folder and renamed over the target.
@@ -47,13 +47,16 @@ int RunShow(const TArgs& args, TIo& io);
 int RunCheck(const TArgs& args, TIo& io);
 // vxcam transform CAMERA [X Y]... [--json]; without points, pairs from io.in.
 int RunTransform(const TArgs& args, TIo& io);
+// vxcam solve CAMERA MEASUREMENTS [--limit UM] [-o OUT] [--json]; status 1 when the
+// measurements cannot be solved.
+int RunSolve(const TArgs& args, TIo& io);
 // vxcam fit CAMERA --model formula|mixed [--radius R] [-o OUT] [--json]
 int RunFit(const TArgs& args, TIo& io);
 // vxcam scale CAMERA FACTOR -o OUT
 int RunScale(const TArgs& args, TIo& io);
 // vxcam new digital|dmc -o OUT
 int RunNew(const TArgs& args, TIo& io);
-// vxcam plot CAMERA -o FILE.svg
+// vxcam plot CAMERA [MEASUREMENTS] -o FILE.svg; with measurements, also their residuals.
 int RunPlot(const TArgs& args, TIo& io);
 // vxcam demo [--examples DIR] [-o DIR]
 int RunDemo(const TArgs& args, TIo& io);

@@ -34,6 +34,12 @@ void SaveCamera(const TVxCameraInfo& camera, const std::string& path) {
   writer.SaveFile(path);
 }
 
+void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path) {
+  TVxXIniWriter writer;
+  measurements.SaveE(&writer);
+  writer.SaveFile(path);
+}
+
 namespace {
 
 [[noreturn]] void ThrowFileError(const std::string& path, int error) {

@@ -16,6 +16,8 @@ TVxCameraInfo LoadCamera(const std::string& path);
 TVxIntOrMeas LoadMeasurements(const std::string& path);
 // Saves a camera into the root section of a settings file, atomically (TVxXIniWriter::SaveFile).
 void SaveCamera(const TVxCameraInfo& camera, const std::string& path);
+// Saves interior orientation measurements into the root section of a settings file, atomically.
+void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path);
 
 // Writes `text` to `path` through a temporary file in the same folder that is renamed over the
 // target; on failure the target is as it was and TFileError names the path and the reason.

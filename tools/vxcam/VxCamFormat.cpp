@@ -20,7 +20,10 @@ std::string FormatNumber(double value, int digits) {
 std::string FormatFixed(double value, int decimals) {
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
-  return buffer;
+  const std::string text = buffer;
+  // A value that rounds to zero is shown without its sign: "0.000", not "-0.000".
+  if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) return text.substr(1);
+  return text;
 }
 
 std::string FormatPoint(const vec_t_<double, 2>& p, const std::string& unit) {

@@ -137,6 +137,9 @@ const char* const kGridLine = "stroke=\"#ddd\" stroke-width=\"1\"";
 const char* const kSmall = "font-size=\"12\" fill=\"#333\"";
 const char* const kSmallMiddle = "font-size=\"12\" fill=\"#333\" text-anchor=\"middle\"";
 const char* const kSmallEnd = "font-size=\"12\" fill=\"#333\" text-anchor=\"end\"";
+const char* const kDistortionColour = "#c0392b";
+const char* const kResidualColour = "#1e8449";
+const char* const kLargeResidualColour = "#d35400";
 const char* const kHeading = "font-size=\"15\" font-weight=\"bold\" fill=\"#000\"";
 
 // The mean radial displacement (mm) at the radii 0 .. rMax.
@@ -224,12 +227,22 @@ void DrawMarks(TSvg& svg, const TVxCameraInfo& camera, const TFieldFrame& f) {
           Px(f.Y(camera.principalPoint.y)) + "\" r=\"4\" fill=\"none\" stroke=\"#1f4e9c\"/>\n");
 }
 
-void DrawField(TSvg& svg, const TVxCameraInfo& camera, const TImageFormat& format) {
-  // Half a cell of room around the format for the arrows of its outer cells.
-  const double room = 1.0 + 1.0 / kFieldGrid;
-  const double scale = std::min((kFieldRight - kFieldLeft) / (2 * format.halfX * room),
-                                (kFieldBottom - kFieldTop) / (2 * format.halfY * room));
-  const TFieldFrame f{scale, (kFieldLeft + kFieldRight) / 2, (kFieldTop + kFieldBottom) / 2};
+// The scale arrow of a set of arrows under the field, `row` lines below it: a round length with
+// its label, then the largest length.
+void DrawScaleArrow(TSvg& svg, int row, double longestUm, double pxPerUm, const char* colour,
+                    const std::string& label) {
+  const double reference = NiceBelow(longestUm);
+  const double y = kFieldBottom + 30 + 20 * row;
+  const std::string um = UnitsCamMkmUserTextAbbr();
+  svg.Arrow(kFieldLeft, y, kFieldLeft + reference * pxPerUm, y, colour);
+  svg.Text(kFieldLeft + reference * pxPerUm + 10, y + 4,
+           label + FormatNumber(reference, 3) + " " + um + "  (" + Text("vxcam.plot.largest") +
+               " " + FormatNumber(longestUm, 3) + " " + um + ")",
+           kSmall);
+}
+
+void DrawDistortionArrows(TSvg& svg, const TVxCameraInfo& camera, const TImageFormat& format,
+                          const TFieldFrame& f, double step) {
   const TransformHandle camToMm = CreateCamToMmTransform(camera);
   std::vector<TPoint> grid, moved;
   for (int i = 0; i < kFieldGrid; ++i)
@@ -243,36 +256,60 @@ void DrawField(TSvg& svg, const TVxCameraInfo& camera, const TImageFormat& forma
     moved[i] = moved[i] - (grid[i] - camera.principalPoint);  // the displacement, mm
     if (!IsNaNPoint(moved[i])) longest = std::max(longest, moved[i].Length());
   }
+  if (longest <= 0.0) {
+    svg.Text((kFieldLeft + kFieldRight) / 2, kFieldBottom + 34, Text("vxcam.plot.no_distortion"),
+             kSmallMiddle);
+    return;
+  }
+  const double pxPerMm = kLongestArrow * step / longest;
+  for (std::size_t i = 0; i < grid.size(); ++i) {
+    if (IsNaNPoint(moved[i])) continue;
+    const double x = f.X(grid[i].x), y = f.Y(grid[i].y);
+    svg.Arrow(x, y, x + moved[i].x * pxPerMm, y - moved[i].y * pxPerMm, kDistortionColour);
+  }
+  DrawScaleArrow(svg, 0, longest * 1000.0, pxPerMm / 1000.0, "#000", "");
+}
+
+// The residuals of a solved scan as arrows at the calibrated marks, along the camera axes, on a
+// scale of their own.
+void DrawResidualArrows(TSvg& svg, const TSolvedScan& scan, const TFieldFrame& f, double step) {
+  const TVxIntOrSolution& solution = scan.solution;
+  if (solution.residuals.empty() || solution.redundancy <= 0) {
+    svg.Text(kFieldLeft, kFieldBottom + 54, Text("vxcam.plot.no_residuals"), kSmall);
+    return;
+  }
+  const double longest = std::max(solution.largestUm, 1e-3);  // a micrometre's thousandth at least
+  const double pxPerUm = kLongestArrow * step / longest;
+  for (const TVxIntOrMarkResidual& r : solution.residuals) {
+    const TPoint measured = solution.pixToCam->TransformPoint(r.coordsPix);
+    const TPoint mark = measured + r.residualUm * 1e-3;
+    const double x = f.X(mark.x), y = f.Y(mark.y);
+    svg.Arrow(x, y, x + r.residualUm.x * pxPerUm, y - r.residualUm.y * pxPerUm,
+              r.aboveLimit ? kLargeResidualColour : kResidualColour);
+  }
+  DrawScaleArrow(svg, 1, longest, pxPerUm, kResidualColour, Text("vxcam.plot.residuals") + ": ");
+}
+
+void DrawField(TSvg& svg, const TVxCameraInfo& camera, const TImageFormat& format,
+               const TSolvedScan* scan) {
+  // Half a cell of room around the format for the arrows of its outer cells.
+  const double room = 1.0 + 1.0 / kFieldGrid;
+  const double scale = std::min((kFieldRight - kFieldLeft) / (2 * format.halfX * room),
+                                (kFieldBottom - kFieldTop) / (2 * format.halfY * room));
+  const TFieldFrame f{scale, (kFieldLeft + kFieldRight) / 2, (kFieldTop + kFieldBottom) / 2};
   svg.Raw("<rect x=\"" + Px(f.X(-format.halfX)) + "\" y=\"" + Px(f.Y(format.halfY)) +
           "\" width=\"" + Px(2 * format.halfX * scale) + "\" height=\"" +
           Px(2 * format.halfY * scale) + "\" fill=\"#fafafa\" stroke=\"#888\"/>\n");
   svg.Text(kFieldLeft, kFieldTop - 12, Text("vxcam.plot.field_title"), kHeading);
   DrawMarks(svg, camera, f);
-  if (longest <= 0.0) {
-    svg.Text((kFieldLeft + kFieldRight) / 2, kFieldBottom + 40, Text("vxcam.plot.no_distortion"),
-             kSmallMiddle);
-    return;
-  }
   const double step = std::min(format.halfX, format.halfY) * 2.0 / kFieldGrid * scale;
-  const double pxPerMm = kLongestArrow * step / longest;
-  for (std::size_t i = 0; i < grid.size(); ++i) {
-    if (IsNaNPoint(moved[i])) continue;
-    const double x = f.X(grid[i].x), y = f.Y(grid[i].y);
-    svg.Arrow(x, y, x + moved[i].x * pxPerMm, y - moved[i].y * pxPerMm, "#c0392b");
-  }
-  const double reference = NiceBelow(longest * 1000.0);  // µm
-  const double y = kFieldBottom + 30;
-  svg.Arrow(kFieldLeft, y, kFieldLeft + reference / 1000.0 * pxPerMm, y, "#000");
-  svg.Text(kFieldLeft + reference / 1000.0 * pxPerMm + 10, y + 4,
-           FormatNumber(reference, 3) + " " + UnitsCamMkmUserTextAbbr() + "  (" +
-               Text("vxcam.plot.largest") + " " + FormatNumber(longest * 1000.0, 3) + " " +
-               UnitsCamMkmUserTextAbbr() + ")",
-           kSmall);
+  DrawDistortionArrows(svg, camera, format, f, step);
+  if (scan != nullptr) DrawResidualArrows(svg, *scan, f, step);
 }
 
 }  // namespace
 
-std::string PlotCameraSvg(const TVxCameraInfo& camera) {
+std::string PlotCameraSvg(const TVxCameraInfo& camera, const TSolvedScan* scan) {
   const TImageFormat format = ImageFormatOf(camera);
   TSvg svg;
   svg.Raw(
@@ -284,7 +321,7 @@ std::string PlotCameraSvg(const TVxCameraInfo& camera) {
   svg.Text(20, 30, camera.name + " — " + DistortionTypeToUserText(camera.distortion.type),
            "font-size=\"18\" font-weight=\"bold\" fill=\"#000\"");
   DrawCurve(svg, RadialCurve(camera, std::hypot(format.halfX, format.halfY)));
-  DrawField(svg, camera, format);
+  DrawField(svg, camera, format, scan);
   svg.Text(20, kHeight - 14,
            Text("vxcam.plot.footer") + " " + FormatNumber(2 * format.halfX, 5) + " x " +
                FormatNumber(2 * format.halfY, 5) + " " + UnitsCamMmUserTextAbbr(),

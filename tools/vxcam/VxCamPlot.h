@@ -2,10 +2,11 @@
 // The picture of a camera's distortion as a calibration report shows it, as a plain SVG text:
 // left the radial distortion curve (micrometres against millimetres from the centre, the mean
 // over 16 directions), right the displacement field over the image format as arrows with a
-// scale arrow, the fiducial marks and the principal point.
+// scale arrow, the fiducial marks and the principal point; for a solved scan, its residuals.
 
 #include <string>
 
+#include "VxCamSolution.h"
 #include "VxCameraInfo.h"
 
 namespace vxcam {
@@ -19,8 +20,9 @@ struct TImageFormat {
 };
 TImageFormat ImageFormatOf(const TVxCameraInfo& camera);
 
-// The SVG text. Labels in the language in force. Throws what the geometry library throws for a
-// distortion it refuses.
-std::string PlotCameraSvg(const TVxCameraInfo& camera);
+// The SVG text. Labels in the language in force. With `scan`, the field also shows the residuals
+// of its solved marks as arrows at the marks, on a scale of their own (orange above the residual
+// limit). Throws what the geometry library throws for a distortion it refuses.
+std::string PlotCameraSvg(const TVxCameraInfo& camera, const TSolvedScan* scan = nullptr);
 
 }  // namespace vxcam

@@ -13,6 +13,10 @@ std::string Text(const char* key) {
   return key;
 }
 
+std::string YesNo(bool value) {
+  return Text(value ? "vxcam.text.yes" : "vxcam.text.no");
+}
+
 bool ApplyLanguageOption(const std::vector<std::string>& args) {
   bool applied = false;
   for (std::size_t i = 0; i < args.size(); ++i) {

@@ -10,6 +10,9 @@ namespace vxcam {
 // The text of `key`; the key itself when the resources lack it, so that a gap shows.
 std::string Text(const char* key);
 
+// "yes" or "no".
+std::string YesNo(bool value);
+
 // Applies "--lang en|de" or "--lang=en|de" where it stands among `args`; other values are left
 // to the argument parser, which refuses them. Returns true when a language was set.
 bool ApplyLanguageOption(const std::vector<std::string>& args);

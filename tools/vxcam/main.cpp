@@ -8,6 +8,7 @@ int main(int argc, char** argv) {
   const std::vector<vxcam::TCommand> commands = {
       {"show", vxcam::RunShow, "vxcam.show.summary"},
       {"check", vxcam::RunCheck, "vxcam.check.summary"},
+      {"solve", vxcam::RunSolve, "vxcam.solve.summary"},
       {"transform", vxcam::RunTransform, "vxcam.transform.summary"},
       {"fit", vxcam::RunFit, "vxcam.fit.summary"},
       {"scale", vxcam::RunScale, "vxcam.scale.summary"},

@@ -1,0 +1,81 @@
+#include <utility>
+
+#include "VxCamApp.h"
+#include "VxCamFiles.h"
+#include "VxCamSolution.h"
+#include "VxCamText.h"
+
+namespace vxcam {
+namespace {
+
+// A scan resolution given on the command line. The files of fiducial and calibrated cross scans
+// do not hold one, yet with it the fitted scale is checked against the scanner's.
+struct TResolutionOption {
+  double mmPerPixel = 0.0;
+  double dpi = 0.0;
+};
+
+void AddResolutionOptions(CLI::App& app, TResolutionOption& resolution) {
+  auto* mm = app.add_option("--resolution", resolution.mmPerPixel, Text("vxcam.opt.resolution"))
+                 ->option_text(UnitsCamMmUserTextAbbr() + "/" + UnitsPixUserTextAbbr())
+                 ->check(PositiveNumber());
+  app.add_option("--dpi", resolution.dpi, Text("vxcam.opt.dpi"))
+      ->option_text("dpi")
+      ->check(PositiveNumber())
+      ->excludes(mm);
+}
+
+void ApplyResolution(const TResolutionOption& resolution, TVxIntOrMeas& measurements) {
+  if (resolution.mmPerPixel > 0.0) {
+    measurements.scanResolution = {resolution.mmPerPixel, resolution.mmPerPixel};
+    measurements.resolutionUnits = TResolutionUnits::Mm;
+  } else if (resolution.dpi > 0.0) {
+    measurements.scanResolution = {resolution.dpi, resolution.dpi};
+    measurements.resolutionUnits = TResolutionUnits::Dpi;
+  }
+}
+
+}  // namespace
+
+int RunSolve(const TArgs& args, TIo& io) {
+  std::string cameraPath;
+  std::string measurementsPath;
+  std::string outputPath;
+  TVxIntOrSolveOptions options;
+  TResolutionOption resolution;
+  bool json = false;
+  return RunCommand(
+      "solve", "vxcam.solve.summary", args, io,
+      [&](CLI::App& app) {
+        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.measurements"))
+            ->type_name(Text("vxcam.help.file"))
+            ->required();
+        AddResolutionOptions(app, resolution);
+        app.add_option("--limit", options.residualLimitUm, Text("vxcam.opt.residual_limit"))
+            ->option_text(UnitsCamMkmUserTextAbbr())
+            ->check(PositiveNumber());
+        AddOutputOption(app, outputPath, "vxcam.opt.output_measurements", false);
+        AddJsonFlag(app, json);
+      },
+      [&] {
+        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        TVxIntOrMeas measurements = LoadMeasurements(measurementsPath);
+        ApplyResolution(resolution, measurements);
+        const TSolvedScan scan =
+            SolveScan(camera, std::move(measurements), measurementsPath, options);
+        if (json)
+          WriteJson(io.out, SolutionToJson(scan, camera));
+        else
+          WriteRows(io.out, DescribeSolution(scan, camera));
+        if (!outputPath.empty()) {
+          SaveMeasurements(scan.measurements, outputPath);
+          if (!json) ReportWritten(io, outputPath);
+        }
+        return kExitSuccess;
+      });
+}
+
+}  // namespace vxcam
