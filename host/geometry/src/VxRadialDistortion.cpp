@@ -1,10 +1,12 @@
 #include "VxRadialDistortion.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <string>
 
 #include "VxInverseSolver.h"
+#include "VxSimd.h"
 #include "VxSpline.h"
 
 struct TRadialDistortion::TProfile {
@@ -49,10 +51,16 @@ struct TRadialKernel {
       dy = 0.0;
       return;
     }
-    double dr = 0.0;
-    spline->Evaluate(r, &dr);
-    dx = dr * x / r;
-    dy = dr * y / r;
+    Scale(x, y, r, 1.0 / r, dx, dy);
+  }
+
+  // The displacement at (x, y) from the centre, at radius r > 0 with its reciprocal: one
+  // division for both coordinates, computed apart from the profile so that a batch can take the
+  // roots and reciprocals of many points first.
+  void Scale(double x, double y, double r, double inverseR, double& dx, double& dy) const {
+    const double w = spline->EvaluateSingle(r) * inverseR;
+    dx = w * x;
+    dy = w * y;
   }
 
   // The partial derivatives of the displacement: with w = dr / r, d = w (x, y) and
@@ -82,6 +90,32 @@ struct TRadialKernel {
   }
 };
 
+// The distance of each point from the centre (cx, cy), and its reciprocal, two points at a time
+// where SSE2 is there: square root and division are correctly rounded in every lane, so these
+// are the bits of the one-point path.
+void RadiiAndReciprocals(const vec_t_<double, 2>* in, std::size_t count, double cx, double cy,
+                         double* radius, double* inverseRadius) {
+  std::size_t k = 0;
+#if defined(__SSE2__)
+  const __m128d centreX = _mm_set1_pd(cx), centreY = _mm_set1_pd(cy), one = _mm_set1_pd(1.0);
+  for (; k + 2 <= count; k += 2) {
+    const __m128d a = _mm_loadu_pd(&in[k].x);      // x0 y0
+    const __m128d b = _mm_loadu_pd(&in[k + 1].x);  // x1 y1
+    const __m128d x = _mm_sub_pd(_mm_unpacklo_pd(a, b), centreX);
+    const __m128d y = _mm_sub_pd(_mm_unpackhi_pd(a, b), centreY);
+    const __m128d r = _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(x, x), _mm_mul_pd(y, y)));
+    _mm_storeu_pd(radius + k, r);
+    _mm_storeu_pd(inverseRadius + k, _mm_div_pd(one, r));
+  }
+#endif
+  for (; k < count; ++k) {
+    const double x = in[k].x - cx;
+    const double y = in[k].y - cy;
+    radius[k] = std::sqrt(x * x + y * y);
+    inverseRadius[k] = 1.0 / radius[k];
+  }
+}
+
 }  // namespace
 
 TRadialDistortion::TRadialDistortion(const vec_t_<double, 2>& centre,
@@ -93,19 +127,39 @@ TRadialDistortion::TRadialDistortion(const vec_t_<double, 2>& centre,
 }
 
 double TRadialDistortion::RadialDisplacement(double r) const {
-  double dr = 0.0;
-  profile_->spline.Evaluate(r, &dr);
-  return dr;
+  return profile_->spline.EvaluateSingle(r);
 }
 
 std::unique_ptr<TVx2DTransform> TRadialDistortion::Clone() const {
   return std::unique_ptr<TVx2DTransform>(new TRadialDistortion(*this));
 }
 
+// The forward batch in blocks, in two passes: first the radius and its reciprocal of every point
+// of the block (independent square roots and divisions that overlap in the processor), then the
+// profile at each radius. One loop with both would wait for the root and the division of each
+// point before the next could finish. The results are those of Displace point by point.
 std::size_t TRadialDistortion::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                std::size_t n) const {
   const TRadialKernel kernel{centre_.x, centre_.y, &profile_->spline};
-  return vx_geometry_detail::MapPoints(kernel, inverse_, in, out, n);
+  if (inverse_) return vx_geometry_detail::MapPoints(kernel, true, in, out, n);
+  constexpr std::size_t kBlock = 64;
+  double radius[kBlock];
+  double inverseRadius[kBlock];
+  for (std::size_t start = 0; start < n; start += kBlock) {
+    const std::size_t count = std::min(kBlock, n - start);
+    RadiiAndReciprocals(in + start, count, kernel.cx, kernel.cy, radius, inverseRadius);
+    for (std::size_t k = 0; k < count; ++k) {
+      const double px = in[start + k].x;
+      const double py = in[start + k].y;
+      double dx = 0.0;
+      double dy = 0.0;
+      if (radius[k] != 0.0)
+        kernel.Scale(px - kernel.cx, py - kernel.cy, radius[k], inverseRadius[k], dx, dy);
+      out[start + k].x = px + dx;
+      out[start + k].y = py + dy;
+    }
+  }
+  return vx_geometry_detail::CountNaNPoints(out, n);
 }
 
 const char* TRadialDistortion::Name() const {

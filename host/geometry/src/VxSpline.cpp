@@ -49,10 +49,11 @@ void SolveDense(std::vector<double> a, std::vector<double>& b, std::size_t n, st
 
 }  // namespace
 
-TProfileSpline::TProfileSpline(const std::vector<double>& radii, const std::vector<double>& values,
-                               std::size_t columns)
+TProfileSpline::TProfileSpline(const std::vector<double>& radii,
+                               const std::vector<double>& rowValues, std::size_t columns)
     : columns_(columns) {
   const std::size_t rows = radii.size();
+  std::vector<double> knotValues;  // knots x columns
   std::vector<std::size_t> order(rows);
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::stable_sort(order.begin(), order.end(),
@@ -65,25 +66,28 @@ TProfileSpline::TProfileSpline(const std::vector<double>& radii, const std::vect
     const double r = radii[order[i]];
     std::vector<double> sum(columns, 0.0);
     while (j < rows && radii[order[j]] == r) {
-      for (std::size_t c = 0; c < columns; ++c) sum[c] += values[order[j] * columns + c];
+      for (std::size_t c = 0; c < columns; ++c) sum[c] += rowValues[order[j] * columns + c];
       ++j;
     }
     if (knots_.empty() && r > 0.0) {
       knots_.push_back(0.0);
-      values_.insert(values_.end(), columns, 0.0);
+      knotValues.insert(knotValues.end(), columns, 0.0);
     }
     knots_.push_back(r);
     for (std::size_t c = 0; c < columns; ++c) {
-      values_.push_back(sum[c] / static_cast<double>(j - i));
+      knotValues.push_back(sum[c] / static_cast<double>(j - i));
     }
     i = j;
   }
-  zero_ = std::all_of(values_.begin(), values_.end(), [](double v) { return v == 0.0; });
+  zero_ = std::all_of(knotValues.begin(), knotValues.end(), [](double v) { return v == 0.0; });
 
   const std::size_t m = knots_.size();
-  second_.assign(m * columns, 0.0);
-  end_slope_.assign(columns, 0.0);
-  if (m < 2) return;
+  std::vector<double> second(m * columns, 0.0);  // second derivatives at the knots
+  std::vector<double> endSlope(columns, 0.0);    // slope beyond the last knot
+  if (m < 2) {
+    StorePieces(knotValues, second, endSlope);
+    return;
+  }
 
   // Natural spline: the second derivatives of the inner knots from a tridiagonal system.
   const std::size_t inner = m - 2;
@@ -98,78 +102,59 @@ TProfileSpline::TProfileSpline(const std::vector<double>& radii, const std::vect
       if (row > 0) a[row * inner + row - 1] = h0;
       if (row + 1 < inner) a[row * inner + row + 1] = h1;
       for (std::size_t c = 0; c < columns; ++c) {
-        const double y0 = values_[(k - 1) * columns + c];
-        const double y1 = values_[k * columns + c];
-        const double y2 = values_[(k + 1) * columns + c];
+        const double y0 = knotValues[(k - 1) * columns + c];
+        const double y1 = knotValues[k * columns + c];
+        const double y2 = knotValues[(k + 1) * columns + c];
         b[row * columns + c] = 6.0 * ((y2 - y1) / h1 - (y1 - y0) / h0);
       }
     }
     SolveDense(std::move(a), b, inner, columns);
     for (std::size_t k = 1; k + 1 < m; ++k) {
       for (std::size_t c = 0; c < columns; ++c) {
-        second_[k * columns + c] = b[(k - 1) * columns + c];
+        second[k * columns + c] = b[(k - 1) * columns + c];
       }
     }
   }
   const double h = knots_[m - 1] - knots_[m - 2];
   for (std::size_t c = 0; c < columns; ++c) {
-    const double y0 = values_[(m - 2) * columns + c];
-    const double y1 = values_[(m - 1) * columns + c];
-    const double s0 = second_[(m - 2) * columns + c];
+    const double y0 = knotValues[(m - 2) * columns + c];
+    const double y1 = knotValues[(m - 1) * columns + c];
+    const double s0 = second[(m - 2) * columns + c];
     // Derivative of the last piece at its end, where the second derivative is 0.
-    end_slope_[c] = (y1 - y0) / h + h * s0 / 6.0;
+    endSlope[c] = (y1 - y0) / h + h * s0 / 6.0;
   }
+  StorePieces(knotValues, second, endSlope);
 }
 
-void TProfileSpline::Evaluate(double r, double* out) const {
+void TProfileSpline::StorePieces(const std::vector<double>& values,
+                                 const std::vector<double>& second,
+                                 const std::vector<double>& endSlope) {
   const std::size_t m = knots_.size();
-  if (m == 0) {
-    for (std::size_t c = 0; c < columns_; ++c) out[c] = 0.0;
-    return;
-  }
-  if (m == 1) {
-    for (std::size_t c = 0; c < columns_; ++c) out[c] = values_[c];
-    return;
-  }
-  if (r >= knots_[m - 1]) {
-    const double t = r - knots_[m - 1];
+  if (m == 0) return;
+  coefficients_.assign(m * columns_ * 4, 0.0);
+  for (std::size_t s = 0; s + 1 < m; ++s) {
+    const double h = knots_[s + 1] - knots_[s];
     for (std::size_t c = 0; c < columns_; ++c) {
-      out[c] = values_[(m - 1) * columns_ + c] + end_slope_[c] * t;
+      const double y0 = values[s * columns_ + c], y1 = values[(s + 1) * columns_ + c];
+      const double m0 = second[s * columns_ + c], m1 = second[(s + 1) * columns_ + c];
+      double* k = &coefficients_[(s * columns_ + c) * 4];
+      k[0] = y0;
+      k[1] = (y1 - y0) / h - h * (2.0 * m0 + m1) / 6.0;
+      k[2] = m0 / 2.0;
+      k[3] = (m1 - m0) / (6.0 * h);
     }
-    return;
   }
-  const std::size_t i = FindInterval(knots_, r);
-  const double h = knots_[i + 1] - knots_[i];
-  const double a = (knots_[i + 1] - r) / h;
-  const double b = 1.0 - a;
-  const double ca = (a * a * a - a) * h * h / 6.0;
-  const double cb = (b * b * b - b) * h * h / 6.0;
   for (std::size_t c = 0; c < columns_; ++c) {
-    out[c] = a * values_[i * columns_ + c] + b * values_[(i + 1) * columns_ + c] +
-             ca * second_[i * columns_ + c] + cb * second_[(i + 1) * columns_ + c];
+    double* k = &coefficients_[((m - 1) * columns_ + c) * 4];
+    k[0] = values[(m - 1) * columns_ + c];
+    k[1] = endSlope[c];
   }
-}
-
-void TProfileSpline::Evaluate(double r, double* out, double* slope) const {
-  Evaluate(r, out);
-  const std::size_t m = knots_.size();
-  if (m < 2) {
-    for (std::size_t c = 0; c < columns_; ++c) slope[c] = 0.0;
-    return;
-  }
-  if (r >= knots_[m - 1]) {
-    for (std::size_t c = 0; c < columns_; ++c) slope[c] = end_slope_[c];
-    return;
-  }
-  const std::size_t i = FindInterval(knots_, r);
-  const double h = knots_[i + 1] - knots_[i];
-  const double a = (knots_[i + 1] - r) / h;
-  const double b = 1.0 - a;
-  for (std::size_t c = 0; c < columns_; ++c) {
-    slope[c] = (values_[(i + 1) * columns_ + c] - values_[i * columns_ + c]) / h -
-               (3.0 * a * a - 1.0) * h * second_[i * columns_ + c] / 6.0 +
-               (3.0 * b * b - 1.0) * h * second_[(i + 1) * columns_ + c] / 6.0;
-  }
+  // Four buckets per piece, each starting at the piece that holds its lower end.
+  if (m < 2) return;
+  buckets_.resize(4 * (m - 1));
+  bucket_scale_ = static_cast<double>(buckets_.size()) / (knots_[m - 1] - knots_[0]);
+  for (std::size_t b = 0; b < buckets_.size(); ++b)
+    buckets_[b] = FindInterval(knots_, knots_[0] + static_cast<double>(b) / bucket_scale_);
 }
 
 TPeriodicSpline::TPeriodicSpline(const std::vector<double>& angles) : n_(angles.size()) {

@@ -5,6 +5,7 @@
 // interpolated and extrapolated value by s. That is what lets a distortion multiplier scale a
 // table model exactly.
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -32,17 +33,72 @@ class TProfileSpline {
   std::size_t Columns() const { return columns_; }
   bool IsZero() const { return zero_; }
   // The profile of every column at radius r >= 0, written to out[0..Columns()).
-  void Evaluate(double r, double* out) const;
+  void Evaluate(double r, double* out) const {
+    if (knots_.empty()) return Zero(out);
+    const std::size_t s = Segment(r);
+    const double t = r - knots_[s];
+    const double* c = &coefficients_[s * columns_ * 4];
+    for (std::size_t col = 0; col < columns_; ++col, c += 4)
+      out[col] = c[0] + t * (c[1] + t * (c[2] + t * c[3]));
+  }
+  // The profile of a single column at radius r >= 0 (Columns() == 1): the same value as
+  // Evaluate, without the loop over columns.
+  double EvaluateSingle(double r) const {
+    if (knots_.empty()) return 0.0;
+    const std::size_t s = Segment(r);
+    const double t = r - knots_[s];
+    const double* c = &coefficients_[s * 4];
+    return c[0] + t * (c[1] + t * (c[2] + t * c[3]));
+  }
   // The same, with the slope d(profile)/dr of every column in slope[0..Columns()).
-  void Evaluate(double r, double* out, double* slope) const;
+  void Evaluate(double r, double* out, double* slope) const {
+    if (knots_.empty()) {
+      Zero(slope);
+      return Zero(out);
+    }
+    const std::size_t s = Segment(r);
+    const double t = r - knots_[s];
+    const double* c = &coefficients_[s * columns_ * 4];
+    for (std::size_t col = 0; col < columns_; ++col, c += 4) {
+      out[col] = c[0] + t * (c[1] + t * (c[2] + t * c[3]));
+      slope[col] = c[1] + t * (2.0 * c[2] + 3.0 * t * c[3]);
+    }
+  }
 
  private:
+  void Zero(double* out) const {
+    for (std::size_t col = 0; col < columns_; ++col) out[col] = 0.0;
+  }
+  // The piece that holds r: piece s covers [knots_[s], knots_[s + 1]); the last piece, the
+  // straight continuation, everything from the last knot on (and NaN); a radius below the first
+  // knot takes the first piece. A table of equal buckets over the knots gives a piece at or next
+  // to the right one, so that the search costs a comparison or two instead of a bisection.
+  std::size_t Segment(double r) const {
+    const std::size_t last = knots_.size() - 1;
+    if (!(r < knots_[last])) return last;
+    if (!(r > knots_[0])) return 0;
+    const double at = (r - knots_[0]) * bucket_scale_;
+    std::size_t s = buckets_[std::min(static_cast<std::size_t>(at), buckets_.size() - 1)];
+    while (s > 0 && r < knots_[s]) --s;
+    while (r >= knots_[s + 1]) ++s;
+    return s;
+  }
+
+  // The pieces of the spline through `values` with the second derivatives `second` at the knots
+  // and the slope `endSlope` beyond the last, and the bucket table.
+  void StorePieces(const std::vector<double>& values, const std::vector<double>& second,
+                   const std::vector<double>& endSlope);
+
   std::size_t columns_ = 0;
   bool zero_ = true;
   std::vector<double> knots_;
-  std::vector<double> values_;     // knots x columns
-  std::vector<double> second_;     // second derivatives, knots x columns
-  std::vector<double> end_slope_;  // slope beyond the last knot, per column
+  // Per piece and column, the cubic c0 + c1 t + c2 t^2 + c3 t^3 in t = r - knots_[piece]:
+  // knots x columns x 4 values, the last piece the straight continuation.
+  std::vector<double> coefficients_;
+  // The piece at the lower end of each bucket; buckets_.size() buckets of equal width over
+  // [knots_.front(), knots_.back()), bucket_scale_ buckets per millimetre.
+  std::vector<std::size_t> buckets_;
+  double bucket_scale_ = 0.0;
 };
 
 // Cardinal weights of a periodic cubic spline over angles: the value at angle t interpolated

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <random>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "DistortionCases.h"
+#include "VxNaturalSplineProfile.h"
 #include "VxRadialDistortion.h"
 
 namespace {
@@ -115,6 +117,36 @@ TEST(RadialDistortion, BetweenRows_FollowsASmoothProfileClosely) {
   const TRadialDistortion model({0, 0}, vx_test::Rc10Table(1.0), false);
   for (double r = 20.0; r <= 120.0; r += 2.5) {
     EXPECT_NEAR(model.RadialDisplacement(r), vx_test::Rc10Profile(r), kSplineAccuracy) << r;
+  }
+}
+
+// Radii bunched together and far apart, so that several rows share a bucket of the library's
+// search table and some buckets hold no row: at the rows, next to them on both sides, between and
+// beyond them, the profile is the natural spline computed independently in the test.
+TEST(RadialDistortion, UnevenRows_EveryRadiusIsInterpolatedInItsOwnPiece) {
+  std::mt19937 random(kSeed);
+  std::uniform_real_distribution<double> dr(-0.02, 0.02);
+  const std::vector<double> radii = {0.5, 0.5001, 0.5002, 3.0, 47.9, 48.0, 48.05, 150.0, 150.5};
+  for (int trial = 0; trial < kTrials; ++trial) {
+    TTable table;
+    std::vector<std::pair<double, double>> rows;
+    for (double r : radii) {
+      const double value = dr(random);
+      table.push_back({r, value});
+      rows.push_back({r, value});
+    }
+    const TRadialDistortion model({0, 0}, table, false);
+    const vx_test::TNaturalSplineProfile expected(rows);
+    std::vector<double> probes = {0.0, 200.0};
+    for (double r : radii)
+      probes.insert(probes.end(), {r, std::nextafter(r, 0.0), std::nextafter(r, 1e9)});
+    for (double r = 0.0; r < 160.0; r += 0.37) probes.push_back(r);
+    for (double r : probes) {
+      // Rows 0.1 um apart give second derivatives of 1e6 per mm, whose rounding in the two
+      // evaluations reaches 3e-12 mm; a radius taken in a neighbouring piece misses by far more.
+      EXPECT_NEAR(model.RadialDisplacement(r), expected(r), 1e-11)
+          << "trial " << trial << ", r " << r;
+    }
   }
 }
 
