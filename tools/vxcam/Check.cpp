@@ -48,11 +48,8 @@ int RunCheck(const TArgs& args, TIo& io) {
   return RunCommand(
       "check", "vxcam.check.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
-        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.measurements"))
-            ->type_name(Text("vxcam.help.file"))
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
+        AddFileArgument(app, "MEASUREMENTS", measurementsPath, "vxcam.arg.measurements")
             ->required();
         AddJsonFlag(app, json);
       },

@@ -50,9 +50,7 @@ int RunFit(const TArgs& args, TIo& io) {
   return RunCommand(
       "fit", "vxcam.fit.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
         app.add_option("--model", model, Text("vxcam.opt.model"))
             ->required()
             ->option_text("formula|mixed")

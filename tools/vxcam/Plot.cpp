@@ -15,14 +15,9 @@ int RunPlot(const TArgs& args, TIo& io) {
   return RunCommand(
       "plot", "vxcam.plot.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
-        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.scan_to_plot"))
-            ->type_name(Text("vxcam.help.file"));
-        app.add_option("--limit", options.residualLimitUm, Text("vxcam.opt.residual_limit"))
-            ->option_text(UnitsCamMkmUserTextAbbr())
-            ->check(PositiveNumber());
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
+        AddFileArgument(app, "MEASUREMENTS", measurementsPath, "vxcam.arg.scan_to_plot");
+        AddResidualLimitOption(app, options.residualLimitUm);
         AddOutputOption(app, outputPath, "vxcam.opt.output_svg", true);
       },
       [&] {

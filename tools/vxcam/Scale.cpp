@@ -12,9 +12,7 @@ int RunScale(const TArgs& args, TIo& io) {
   return RunCommand(
       "scale", "vxcam.scale.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
         app.add_option("FACTOR", factor, Text("vxcam.arg.factor"))->required();
         AddOutputOption(app, outputPath, "vxcam.opt.output_camera", true);
       },

@@ -13,9 +13,7 @@ int RunShow(const TArgs& args, TIo& io) {
   return RunCommand(
       "show", "vxcam.show.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
         AddJsonFlag(app, json);
       },
       [&] {

@@ -47,16 +47,11 @@ int RunSolve(const TArgs& args, TIo& io) {
   return RunCommand(
       "solve", "vxcam.solve.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
-        app.add_option("MEASUREMENTS", measurementsPath, Text("vxcam.arg.measurements"))
-            ->type_name(Text("vxcam.help.file"))
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
+        AddFileArgument(app, "MEASUREMENTS", measurementsPath, "vxcam.arg.measurements")
             ->required();
         AddResolutionOptions(app, resolution);
-        app.add_option("--limit", options.residualLimitUm, Text("vxcam.opt.residual_limit"))
-            ->option_text(UnitsCamMkmUserTextAbbr())
-            ->check(PositiveNumber());
+        AddResidualLimitOption(app, options.residualLimitUm);
         AddOutputOption(app, outputPath, "vxcam.opt.output_measurements", false);
         AddJsonFlag(app, json);
       },

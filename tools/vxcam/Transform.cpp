@@ -68,9 +68,7 @@ int RunTransform(const TArgs& args, TIo& io) {
   return RunCommand(
       "transform", "vxcam.transform.summary", args, io,
       [&](CLI::App& app) {
-        app.add_option("CAMERA", cameraPath, Text("vxcam.arg.camera"))
-            ->type_name(Text("vxcam.help.file"))
-            ->required();
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
         app.add_option("X Y", coordinates, Text("vxcam.arg.points"));
         AddJsonFlag(app, json);
       },

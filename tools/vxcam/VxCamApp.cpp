@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "VxCamText.h"
+#include "VxCameraInfo.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
 
@@ -78,6 +79,17 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
   } catch (const std::exception& e) {
     return Report(io, command, "vxcam.error.content", e.what(), kExitInvalidContent);
   }
+}
+
+CLI::Option* AddFileArgument(CLI::App& app, const char* name, std::string& path,
+                             const char* descriptionKey) {
+  return app.add_option(name, path, Text(descriptionKey))->type_name(Text("vxcam.help.file"));
+}
+
+void AddResidualLimitOption(CLI::App& app, double& limitUm) {
+  app.add_option("--limit", limitUm, Text("vxcam.opt.residual_limit"))
+      ->option_text(UnitsCamMkmUserTextAbbr())
+      ->check(PositiveNumber());
 }
 
 void AddJsonFlag(CLI::App& app, bool& json) {

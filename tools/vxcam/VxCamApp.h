@@ -45,6 +45,13 @@ class TNotSolvedError : public std::runtime_error {
 int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo& io,
                const std::function<void(CLI::App&)>& define, const std::function<int()>& act);
 
+// Adds a positional file argument such as CAMERA, shown with the type FILE.
+CLI::Option* AddFileArgument(CLI::App& app, const char* name, std::string& path,
+                             const char* descriptionKey);
+
+// Adds --limit: the residual length in micrometres above which a mark is reported.
+void AddResidualLimitOption(CLI::App& app, double& limitUm);
+
 // Adds --json to a command.
 void AddJsonFlag(CLI::App& app, bool& json);
 // Adds -o/--output, required or not.
