@@ -20,6 +20,9 @@ namespace {
 
 constexpr int kKills = 500;
 constexpr std::uint64_t kSeed = 500;
+// Saves timed before the kills, and the time a fork and the child's start may take.
+constexpr int kTimedSaves = 5;
+constexpr long long kForkAllowanceUs = 3000;
 
 // A writer holding a list of `rows` rows tagged with `tag`, large enough that writing it takes
 // several system calls.
@@ -55,8 +58,16 @@ TEST(XIniCrash, KilledSaverLeavesOldOrNewContent) {
   const std::string textB = TextOf("B", 3000, &writerB);
   writerA.SaveFile(path);
 
+  // The kills are spread over the first few saves of the child, however long a save takes in
+  // this build (coverage and sanitizer builds are several times slower than a plain one).
+  const auto started = std::chrono::steady_clock::now();
+  for (int i = 0; i < kTimedSaves; ++i) writerB.SaveFile((folder / "timing.yaml").string());
+  const auto perSaveUs = std::chrono::duration_cast<std::chrono::microseconds>(
+                             std::chrono::steady_clock::now() - started)
+                             .count() /
+                         kTimedSaves;
   std::mt19937_64 rng(kSeed);
-  std::uniform_int_distribution<int> delayUs(0, 3000);
+  std::uniform_int_distribution<long long> delayUs(0, kForkAllowanceUs + 4 * perSaveUs);
   int sawA = 0;
   int sawB = 0;
   for (int kill = 0; kill < kKills; ++kill) {
