@@ -17,10 +17,10 @@ struct TResolutionOption {
 
 void AddResolutionOptions(CLI::App& app, TResolutionOption& resolution) {
   auto* mm = app.add_option("--resolution", resolution.mmPerPixel, Text("vxcam.opt.resolution"))
-                 ->option_text(UnitsCamMmUserTextAbbr() + "/" + UnitsPixUserTextAbbr())
+                 ->option_text("MM")
                  ->check(PositiveNumber());
   app.add_option("--dpi", resolution.dpi, Text("vxcam.opt.dpi"))
-      ->option_text("dpi")
+      ->option_text("DPI")
       ->check(PositiveNumber())
       ->excludes(mm);
 }

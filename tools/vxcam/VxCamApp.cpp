@@ -5,7 +5,6 @@
 #include <iostream>
 
 #include "VxCamText.h"
-#include "VxCameraInfo.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
 
@@ -88,7 +87,7 @@ CLI::Option* AddFileArgument(CLI::App& app, const char* name, std::string& path,
 
 void AddResidualLimitOption(CLI::App& app, double& limitUm) {
   app.add_option("--limit", limitUm, Text("vxcam.opt.residual_limit"))
-      ->option_text(UnitsCamMkmUserTextAbbr())
+      ->option_text("UM")
       ->check(PositiveNumber());
 }
 
