@@ -74,10 +74,21 @@ inline TVxSize2 ReadSizeE(TVxXIniReader* reader, const char* key) {
   return ReadPairAt<unsigned long, TVxSize2>(reader, reader->FindFE(key, 0));
 }
 
+// The most rows a table and the most marks a list may hold. Calibration tables have a few dozen
+// rows and reseau cameras a few hundred marks; the bound keeps what a hostile file can make the
+// geometry and the checks do in proportion to what a camera needs.
+inline constexpr TVxXIniPosition kVxMaxListEntries = 10000;
+
 // Reads the elements of the current list section in order: for each entry, whatever its name,
-// enters it, lets `readElement` read it, and leaves it.
+// enters it, lets `readElement` read it, and leaves it. A list of more than kVxMaxListEntries
+// entries is refused at its first surplus entry, before any element is read.
 template <class F>
 void ForEachListEntry(TVxXIniReader* reader, F readElement) {
+  if (reader->HasEntry(kVxMaxListEntries)) {
+    reader->ThrowAtEntry(kVxMaxListEntries, "the list has more than " +
+                                                std::to_string(kVxMaxListEntries) +
+                                                " entries, more than any camera needs");
+  }
   for (TVxXIniPosition i = 0; reader->HasEntry(i); ++i) {
     const TVxXIniSectionHandle element = reader->EnterSectionFE(i);
     readElement();

@@ -1,8 +1,8 @@
 #include "VxCamFormat.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <ostream>
 
@@ -12,15 +12,18 @@ namespace vxcam {
 
 std::string FormatNumber(double value, int digits) {
   if (value == 0.0) return "0";  // also -0: a person does not need its sign
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
-  return buffer;
+  char buffer[400];
+  const auto result =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, digits);
+  return std::string(buffer, result.ptr);
 }
 
 std::string FormatFixed(double value, int decimals) {
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
-  const std::string text = buffer;
+  // Room for the sign, the 309 digits of the largest double, the point and the decimals.
+  std::string text(312 + static_cast<std::size_t>(std::max(decimals, 0)), '\0');
+  const auto result = std::to_chars(text.data(), text.data() + text.size(), value,
+                                    std::chars_format::fixed, decimals);
+  text.resize(static_cast<std::size_t>(result.ptr - text.data()));
   // A value that rounds to zero is shown without its sign: "0.000", not "-0.000".
   if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) return text.substr(1);
   return text;

@@ -1,5 +1,6 @@
 #include "VxMessage.h"
 
+#include <charconv>
 #include <utility>
 
 #include "VxSsprintf.h"
@@ -22,7 +23,12 @@ TVxMessage& TVxMessage::operator<<(long long arg) {
 }
 
 TVxMessage& TVxMessage::operator<<(double arg) {
-  return *this << Vextrion::ssprintf("%.17g", arg);
+  // 17 significant digits read back as the same double; std::to_chars writes them the same way
+  // whatever locale the host program has set (printf would write a decimal comma under some).
+  char buffer[32];
+  const auto result =
+      std::to_chars(buffer, buffer + sizeof buffer, arg, std::chars_format::general, 17);
+  return *this << std::string(buffer, result.ptr);
 }
 
 TVxMessage VxMsg_helper(const std::string& key) {

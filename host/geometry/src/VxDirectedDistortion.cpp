@@ -6,6 +6,7 @@
 #include <string>
 
 #include "VxInverseSolver.h"
+#include "VxNumberText.h"
 #include "VxSpline.h"
 
 struct TDirectedDistortion::TProfile {
@@ -26,7 +27,7 @@ void Check(const TDirectedDistortion::TDirectedData& data) {
   for (std::size_t j = 0; j < angles.size(); ++j) {
     if (!std::isfinite(angles[j])) Reject("angle " + std::to_string(j) + " is not finite");
     if (j > 0 && !(angles[j] > angles[j - 1])) {
-      Reject("angle " + std::to_string(j) + " (" + std::to_string(angles[j]) +
+      Reject("angle " + std::to_string(j) + " (" + vx_geometry_detail::NumberText(angles[j]) +
              ") does not follow the angle before it in ascending order");
     }
   }
@@ -42,7 +43,7 @@ void Check(const TDirectedDistortion::TDirectedData& data) {
              std::to_string(angles.size()) + " angles");
     }
     if (!std::isfinite(item.r) || item.r < 0.0) {
-      Reject(row + " has radius " + std::to_string(item.r) +
+      Reject(row + " has radius " + vx_geometry_detail::NumberText(item.r) +
              "; radii must be finite and not negative");
     }
     for (double v : item.dr) {

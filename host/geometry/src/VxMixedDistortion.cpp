@@ -6,6 +6,7 @@
 #include <string>
 
 #include "VxInverseSolver.h"
+#include "VxNumberText.h"
 
 namespace {
 
@@ -77,7 +78,8 @@ TMixedDistortion::TMixedDistortion(const vec_t_<double, 2>& centre, const double
   for (std::size_t i = 0; i < reserved_.size(); ++i) {
     if (reserved_[i] != 0.0) {
       throw std::invalid_argument("TMixedDistortion: reserved value " + std::to_string(i + 1) +
-                                  " is " + std::to_string(reserved_[i]) + ", must be 0");
+                                  " is " + vx_geometry_detail::NumberText(reserved_[i]) +
+                                  ", must be 0");
     }
   }
   const auto nonZero = [](double v) { return v != 0.0; };
@@ -85,7 +87,8 @@ TMixedDistortion::TMixedDistortion(const vec_t_<double, 2>& centre, const double
                  std::any_of(b_.begin() + 2, b_.end(), nonZero) ||
                  std::any_of(c_.begin() + 1, c_.end(), nonZero);
   if (higherOrder_ && !(std::isfinite(focal_) && focal_ > 0.0)) {
-    throw std::invalid_argument("TMixedDistortion: focal length " + std::to_string(focal_) +
+    throw std::invalid_argument("TMixedDistortion: focal length " +
+                                vx_geometry_detail::NumberText(focal_) +
                                 " must be positive and finite for the higher-order terms");
   }
 }

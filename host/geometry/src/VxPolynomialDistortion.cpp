@@ -5,6 +5,7 @@
 #include <string>
 
 #include "VxInverseSolver.h"
+#include "VxNumberText.h"
 
 namespace {
 
@@ -86,7 +87,8 @@ TPolynomialDistortion::TPolynomialDistortion(const vec_t_<double, 2>& centre, co
   for (std::size_t i = 0; i < reserved_.size(); ++i) {
     if (reserved_[i] != 0.0) {
       throw std::invalid_argument("TPolynomialDistortion: reserved value " + std::to_string(i + 1) +
-                                  " is " + std::to_string(reserved_[i]) + ", must be 0");
+                                  " is " + vx_geometry_detail::NumberText(reserved_[i]) +
+                                  ", must be 0");
     }
   }
 }

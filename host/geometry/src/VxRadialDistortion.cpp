@@ -6,6 +6,7 @@
 #include <string>
 
 #include "VxInverseSolver.h"
+#include "VxNumberText.h"
 #include "VxSimd.h"
 #include "VxSpline.h"
 
@@ -22,7 +23,8 @@ std::vector<double> Radii(const std::vector<TRadialDistortion::TRadialTableItem>
     const auto& item = table[i];
     if (!std::isfinite(item.r) || item.r < 0.0 || !std::isfinite(item.dr)) {
       throw std::invalid_argument("TRadialDistortion: row " + std::to_string(i) + " has radius " +
-                                  std::to_string(item.r) + " and dr " + std::to_string(item.dr) +
+                                  vx_geometry_detail::NumberText(item.r) + " and dr " +
+                                  vx_geometry_detail::NumberText(item.dr) +
                                   "; radii must be finite and not negative, dr finite");
     }
     radii.push_back(item.r);

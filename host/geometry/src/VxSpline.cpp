@@ -47,6 +47,28 @@ void SolveDense(std::vector<double> a, std::vector<double>& b, std::size_t n, st
   }
 }
 
+// Solves the tridiagonal system (sub[i] x[i-1] + diagonal[i] x[i] + super[i] x[i+1] = b[i]) for
+// several right-hand sides (b is n x m, row-major) by elimination without pivoting (the Thomas
+// algorithm). The spline's system is strictly diagonally dominant (2 (h0 + h1) > h0 + h1), so
+// no pivot is ever needed and the elimination is stable; it performs the very operations that
+// Gaussian elimination with partial pivoting performs on this matrix, in O(n m).
+void SolveTridiagonal(const std::vector<double>& sub, std::vector<double>& diagonal,
+                      const std::vector<double>& super, std::vector<double>& b, std::size_t m) {
+  const std::size_t n = diagonal.size();
+  for (std::size_t row = 1; row < n; ++row) {
+    const double f = sub[row] / diagonal[row - 1];
+    diagonal[row] -= f * super[row - 1];
+    for (std::size_t c = 0; c < m; ++c) b[row * m + c] -= f * b[(row - 1) * m + c];
+  }
+  for (std::size_t row = n; row-- > 0;) {
+    for (std::size_t c = 0; c < m; ++c) {
+      double s = b[row * m + c];
+      if (row + 1 < n) s -= super[row] * b[(row + 1) * m + c];
+      b[row * m + c] = s / diagonal[row];
+    }
+  }
+}
+
 }  // namespace
 
 TProfileSpline::TProfileSpline(const std::vector<double>& radii,
@@ -89,18 +111,19 @@ TProfileSpline::TProfileSpline(const std::vector<double>& radii,
     return;
   }
 
-  // Natural spline: the second derivatives of the inner knots from a tridiagonal system.
+  // Natural spline: the second derivatives of the inner knots from a tridiagonal system,
+  // solved in O(knots) memory and time.
   const std::size_t inner = m - 2;
   if (inner > 0) {
-    std::vector<double> a(inner * inner, 0.0);
+    std::vector<double> sub(inner, 0.0), diagonal(inner, 0.0), super(inner, 0.0);
     std::vector<double> b(inner * columns, 0.0);
     for (std::size_t k = 1; k + 1 < m; ++k) {
       const double h0 = knots_[k] - knots_[k - 1];
       const double h1 = knots_[k + 1] - knots_[k];
       const std::size_t row = k - 1;
-      a[row * inner + row] = 2.0 * (h0 + h1);
-      if (row > 0) a[row * inner + row - 1] = h0;
-      if (row + 1 < inner) a[row * inner + row + 1] = h1;
+      sub[row] = h0;
+      diagonal[row] = 2.0 * (h0 + h1);
+      super[row] = h1;
       for (std::size_t c = 0; c < columns; ++c) {
         const double y0 = knotValues[(k - 1) * columns + c];
         const double y1 = knotValues[k * columns + c];
@@ -108,7 +131,7 @@ TProfileSpline::TProfileSpline(const std::vector<double>& radii,
         b[row * columns + c] = 6.0 * ((y2 - y1) / h1 - (y1 - y0) / h0);
       }
     }
-    SolveDense(std::move(a), b, inner, columns);
+    SolveTridiagonal(sub, diagonal, super, b, columns);
     for (std::size_t k = 1; k + 1 < m; ++k) {
       for (std::size_t c = 0; c < columns; ++c) {
         second[k * columns + c] = b[(k - 1) * columns + c];

@@ -83,6 +83,10 @@ class VXXINI_EXPORT TVxXIniReader {
   // value (or at the section if there is no such key). For values that were read but are not
   // acceptable, such as an unknown enumeration word. Never returns.
   [[noreturn]] void throw_error_valueS(const char* name);
+  // Throws `problem` located at the entry at `position` of the current section (at the section
+  // if there is no such entry), for content that is readable but refused, such as a list longer
+  // than its reader accepts. Never returns.
+  [[noreturn]] void ThrowAtEntry(TVxXIniPosition position, const std::string& problem) const;
 
   // --- Sections ---
 

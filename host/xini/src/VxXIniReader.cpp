@@ -20,6 +20,7 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
+#include "XIniFlowDepth.h"
 #include "XIniNumbers.h"
 
 namespace {
@@ -79,6 +80,20 @@ std::string Quote(const std::string& value) {
   return out + "'";
 }
 
+std::string TooDeepProblem() {
+  return "sections nest deeper than " + std::to_string(kVxXIniMaxDepth) + " levels";
+}
+
+// What a file that is not a regular file is, for messages.
+const char* FileKind(mode_t mode) {
+  if (S_ISDIR(mode)) return "a folder";
+  if (S_ISFIFO(mode)) return "a FIFO";
+  if (S_ISCHR(mode)) return "a character device";
+  if (S_ISBLK(mode)) return "a block device";
+  if (S_ISSOCK(mode)) return "a socket";
+  return "a special file";
+}
+
 // A stream over the caller's text, so that the parser reads it without a copy.
 class TViewBuffer final : public std::streambuf {
  public:
@@ -94,6 +109,7 @@ struct TParseFailure {
   YAML::Mark mark;
   std::string keyPath;
   std::string problem;
+  bool tooDeep = false;  // the nesting limit, as opposed to any other refusal
 };
 
 // Builds the tree from the parser's events and refuses what a settings file may not hold.
@@ -187,8 +203,9 @@ class TTreeBuilder final : public YAML::EventHandler {
   // Below this many keys a repeated key is found by looking through the entries.
   static constexpr std::size_t kLinearKeySearch = 16;
 
-  [[noreturn]] void Fail(const YAML::Mark& mark, const std::string& problem) const {
-    throw TParseFailure{mark, CurrentPath(), problem};
+  [[noreturn]] void Fail(const YAML::Mark& mark, const std::string& problem,
+                         bool tooDeep = false) const {
+    throw TParseFailure{mark, CurrentPath(), problem, tooDeep};
   }
 
   void CheckAnchor(const YAML::Mark& mark, YAML::anchor_t anchor) const {
@@ -233,7 +250,7 @@ class TTreeBuilder final : public YAML::EventHandler {
     }
     // The root section has depth 0; stack_.size() is the depth of the section starting here.
     if (stack_.size() > static_cast<std::size_t>(kVxXIniMaxDepth)) {
-      Fail(mark, "sections nest deeper than " + std::to_string(kVxXIniMaxDepth) + " levels");
+      Fail(mark, TooDeepProblem(), true);
     }
     std::uint32_t index = 0;
     std::string component;
@@ -281,6 +298,34 @@ class TTreeBuilder final : public YAML::EventHandler {
   int documents_ = 0;
   std::uint64_t entryCount_ = 0;
 };
+
+// Builds the sections of `text`; throws the reader's error for anything a settings file may not
+// hold. With `nestingOnly`, only the error of too deep nesting is thrown and any other is
+// dropped: for a cut text, whose end is no error of the file.
+void ParseTree(std::string_view text, const std::string& source, std::vector<TSection>& sections,
+               bool nestingOnly) {
+  sections.clear();
+  sections.emplace_back();
+  TViewBuffer buffer(text);
+  std::istream stream(&buffer);
+  TTreeBuilder builder(sections);
+  try {
+    YAML::Parser parser(stream);
+    while (parser.HandleNextDocument(builder)) {
+    }
+  } catch (const TParseFailure& failure) {
+    if (nestingOnly && !failure.tooDeep) return;
+    throw TVxXIniReadError(source, OneBased(failure.mark.line), OneBased(failure.mark.column),
+                           failure.keyPath, failure.problem);
+  } catch (const YAML::Exception& error) {
+    if (nestingOnly) return;
+    // The parser's own message, without its "yaml-cpp: error at line..." preamble.
+    const bool located = !error.mark.is_null();
+    throw TVxXIniReadError(source, located ? OneBased(error.mark.line) : 0,
+                           located ? OneBased(error.mark.column) : 0, builder.CurrentPath(),
+                           error.msg);
+  }
+}
 
 }  // namespace
 
@@ -441,24 +486,16 @@ std::unique_ptr<TVxXIniReader> TVxXIniReader::FromText(std::string_view text,
   }
   auto impl = std::make_unique<Impl>();
   impl->source = std::move(sourceName);
-  impl->sections.emplace_back();
-  TViewBuffer buffer(text);
-  std::istream stream(&buffer);
-  TTreeBuilder builder(impl->sections);
-  try {
-    YAML::Parser parser(stream);
-    while (parser.HandleNextDocument(builder)) {
-    }
-  } catch (const TParseFailure& failure) {
-    throw TVxXIniReadError(impl->source, OneBased(failure.mark.line), OneBased(failure.mark.column),
-                           failure.keyPath, failure.problem);
-  } catch (const YAML::Exception& error) {
-    // The parser's own message, without its "yaml-cpp: error at line..." preamble.
-    const bool located = !error.mark.is_null();
-    throw TVxXIniReadError(impl->source, located ? OneBased(error.mark.line) : 0,
-                           located ? OneBased(error.mark.column) : 0, builder.CurrentPath(),
-                           error.msg);
+  // Flow brackets nested too deep are refused before the parser reads ahead over them (it
+  // would hold every unclosed one in memory first). The text up to the first too deep bracket,
+  // its collections closed, shows where the nesting first goes too deep, with the key path.
+  if (const auto cut = vx_xini::FindTooDeepFlow(text, kVxXIniMaxDepth + 1)) {
+    std::string part(text.substr(0, cut->end));
+    part += cut->closers;
+    ParseTree(part, impl->source, impl->sections, true);
+    throw TVxXIniReadError(impl->source, cut->line, cut->column, std::string(), TooDeepProblem());
   }
+  ParseTree(text, impl->source, impl->sections, false);
   Impl::TOpen root;
   impl->open.push_back(std::move(root));
   return std::unique_ptr<TVxXIniReader>(new TVxXIniReader(std::move(impl)));
@@ -469,16 +506,20 @@ std::unique_ptr<TVxXIniReader> TVxXIniReader::FromFile(const std::string& path) 
     const std::string reason = std::generic_category().message(errno);
     throw TVxXIniReadError(path, 0, 0, std::string(), what + ": " + reason);
   };
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Opened without blocking, so that a FIFO without a writer is refused below rather than
+  // waited for forever; regular files ignore the flag.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) {
     fail("cannot open the file");
   }
   std::string text;
   struct stat info {};
   bool ok = ::fstat(fd, &info) == 0;
-  if (ok && S_ISDIR(info.st_mode)) {
+  if (ok && !S_ISREG(info.st_mode)) {
     ::close(fd);
-    throw TVxXIniReadError(path, 0, 0, std::string(), "cannot read the file: it is a folder");
+    throw TVxXIniReadError(path, 0, 0, std::string(),
+                           std::string("cannot read the file: it is ") + FileKind(info.st_mode) +
+                               ", not a regular file");
   }
   char chunk[65536];
   while (ok) {
@@ -593,6 +634,11 @@ std::string TVxXIniReader::ReadLongStringS(const char* name, const std::string& 
 std::string TVxXIniReader::ReadLongStringSE(const char* name) {
   impl_->Count();
   return impl_->Convert<std::string>(impl_->FindE(name, 0));
+}
+
+void TVxXIniReader::ThrowAtEntry(TVxXIniPosition position, const std::string& problem) const {
+  if (!impl_->Has(position)) impl_->ThrowAtSection(impl_->Path(), problem);
+  impl_->ThrowAtEntry(position, problem);
 }
 
 void TVxXIniReader::throw_error_valueS(const char* name) {

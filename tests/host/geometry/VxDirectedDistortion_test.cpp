@@ -117,4 +117,15 @@ TEST(DirectedDistortion, InconsistentDescription_IsRejected) {
   EXPECT_THROW(TDirectedDistortion(Table({0.0}, {{-1.0, {1}}}), false), std::invalid_argument);
 }
 
+TEST(DirectedDistortion, RejectedValues_AreNamedExactly) {
+  try {
+    TDirectedDistortion(Table({0.0, 0.5, 0.5000000000000001, 1e-310}, {}), false);
+    ADD_FAILURE() << "accepted";
+  } catch (const std::invalid_argument& e) {
+    EXPECT_STREQ(e.what(),
+                 "TDirectedDistortion: angle 3 (1e-310) does not follow the angle before it in "
+                 "ascending order");
+  }
+}
+
 }  // namespace

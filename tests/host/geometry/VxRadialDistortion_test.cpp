@@ -166,4 +166,16 @@ TEST(RadialDistortion, NegativeOrNonFiniteRow_IsRejected) {
   EXPECT_THROW(TRadialDistortion({0, 0}, {{1.0, HUGE_VAL}}, false), std::invalid_argument);
 }
 
+// The message names the values exactly as given: shortest round trip, point as decimal mark.
+TEST(RadialDistortion, RejectedRow_IsNamedWithItsExactValues) {
+  try {
+    TRadialDistortion({0, 0}, {{0.0, 0.0}, {-1e-300, 0.125}}, false);
+    ADD_FAILURE() << "accepted";
+  } catch (const std::invalid_argument& e) {
+    EXPECT_STREQ(e.what(),
+                 "TRadialDistortion: row 1 has radius -1e-300 and dr 0.125; radii must be finite "
+                 "and not negative, dr finite");
+  }
+}
+
 }  // namespace

@@ -161,3 +161,29 @@ TEST(VxXIniHostileInput, ArbitraryBytesNeverCrash) {
   EXPECT_GT(read, 0);
   EXPECT_GT(refused, 0);
 }
+
+TEST(VxXIniHostileInput, BracketsInTextsCommentsAndBlockScalarsAreNoNesting) {
+  const std::string deep(200, '[');
+  auto reader =
+      Read("a: \"" + deep + "\"\nb: '" + deep + "'\n# " + deep + "\nc: |\n  " + deep + "\n  " +
+           deep + "\nd: x " + deep + "\ne: [1, \"" + deep + "\", '" + deep + "''']\n");
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("a", 0)), deep);
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("b", 0)), deep);
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("c", 0)), deep + "\n" + deep + "\n");
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("d", 0)), "x " + deep);
+  reader->EnterSectionSE("e");
+  EXPECT_EQ(reader->ReadE<std::string>(2), deep + "'");
+}
+
+TEST(VxXIniHostileInput, TooDeepBracketsAfterOtherLinesAreLocatedOnTheirLine) {
+  const std::string text = "a: 1\nb: \"x\n  y\"\nc:\n  d: " + std::string(100, '[');
+  // c/d is at depth 2: its 64th bracket, in column 5 + 64, is the first too deep.
+  EXPECT_EQ(LocatedError(text).substr(0, 14), "bad.yaml:5:69:");
+  EXPECT_NE(LocatedError(text).find("c/d/[0]"), std::string::npos);
+}
+
+TEST(VxXIniHostileInput, UnclosedBracketsOfMixedKindsAreRefused) {
+  std::string text = "a: ";
+  for (int i = 0; i < 5000; ++i) text += i % 2 == 0 ? "[" : "{k: ";
+  EXPECT_NE(LocatedError(text).find("sections nest deeper than 64 levels"), std::string::npos);
+}

@@ -1,6 +1,7 @@
 #include "VxXIniReader.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <cstdio>
@@ -398,7 +399,31 @@ TEST(VxXIniReader, FromFileOfAMissingFileThrows) {
 
 TEST(VxXIniReader, FromFileOfAFolderThrows) {
   EXPECT_EQ(ReadErrorOf([&] { TVxXIniReader::FromFile(::testing::TempDir()); }),
-            ::testing::TempDir() + ": cannot read the file: it is a folder");
+            ::testing::TempDir() + ": cannot read the file: it is a folder, not a regular file");
+}
+
+// Without a writer, opening a FIFO for reading would wait forever; it is refused at once.
+TEST(VxXIniReader, FromFileOfAFifoWithoutWriterThrowsWithoutWaiting) {
+  const std::string path = ::testing::TempDir() + "xini_reader_fifo";
+  std::remove(path.c_str());
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(ReadErrorOf([&] { TVxXIniReader::FromFile(path); }),
+            path + ": cannot read the file: it is a FIFO, not a regular file");
+  std::remove(path.c_str());
+}
+
+TEST(VxXIniReader, FromFileOfACharacterDeviceThrows) {
+  EXPECT_EQ(ReadErrorOf([&] { TVxXIniReader::FromFile("/dev/null"); }),
+            "/dev/null: cannot read the file: it is a character device, not a regular file");
+}
+
+TEST(VxXIniReader, ThrowAtEntryLocatesTheEntryOrElseTheSection) {
+  auto reader = Read("a: 1\nlist:\n  - 5\n  - 6\n");
+  reader->EnterSectionSE("list");
+  EXPECT_EQ(ReadErrorOf([&] { reader->ThrowAtEntry(1, "too many"); }),
+            "test.yaml:4:5: list/[1]: too many");
+  EXPECT_EQ(ReadErrorOf([&] { reader->ThrowAtEntry(7, "too few"); }),
+            "test.yaml:3:3: list: too few");
 }
 
 TEST(VxXIniReader, MessagesShowControlCharactersEscapedAndLongValuesShortened) {
