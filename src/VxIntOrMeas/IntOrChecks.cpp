@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "FiducialLookup.h"
 #include "VxIntOrMeas.h"
 #include "VxModule_Initializer.h"
 
@@ -11,20 +12,6 @@ namespace {
 bool Fail(std::string* message, const char* key) {
   if (message != nullptr) *message = VxModule_Initializer::getInst().get_resource_string(key);
   return false;
-}
-
-bool CameraHasFiducial(const TVxCameraInfo& camera, std::int32_t index) {
-  return std::any_of(camera.fiducials.begin(), camera.fiducials.end(),
-                     [index](const TVxCameraInfo::TFiducial& f) { return f.index == index; });
-}
-
-// How many of the camera's fiducials have at least one measured mark.
-std::size_t MeasuredFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera) {
-  return static_cast<std::size_t>(std::count_if(
-      camera.fiducials.begin(), camera.fiducials.end(), [&meas](const TVxCameraInfo::TFiducial& f) {
-        return std::any_of(meas.marks.begin(), meas.marks.end(),
-                           [&f](const TVxIntOrMeas::TMarkMeas& m) { return m.index == f.index; });
-      }));
 }
 
 // The number of marks a camera type has: the most Verify allows and what IntOrReady requires.
@@ -47,8 +34,9 @@ bool TVxIntOrMeas::Verify(const TVxCameraInfo& camera, std::string* message) con
   if (type < 1 || type > 5) return Fail(message, "global.Err_MeasurementsNotPerformed");
   if (cameraType != camera.cameraType) return Fail(message, "global.Err_MeasTypeMismatch");
   if (cameraType == TCameraType::Fiducials) {
+    const vx_intor_detail::TFiducialLookup fiducials(camera);
     for (const TMarkMeas& mark : marks) {
-      if (!CameraHasFiducial(camera, mark.index)) {
+      if (fiducials.Find(mark.index) == nullptr) {
         return Fail(message, "global.Err_FidMeasMismatchCamera");
       }
     }
@@ -61,7 +49,7 @@ bool TVxIntOrMeas::Verify(const TVxCameraInfo& camera, std::string* message) con
 bool TVxIntOrMeas::IntOrReady(const TVxCameraInfo& camera, std::string* message) const {
   if (!Verify(camera, message)) return false;
   if (cameraType == TCameraType::Fiducials) {
-    const std::size_t measured = MeasuredFiducials(*this, camera);
+    const std::size_t measured = vx_intor_detail::CountMeasuredFiducials(*this, camera);
     if (camera.fiducials.empty() || measured < 2) return Fail(message, "global.Err_NFidLessMin");
     if (message != nullptr && measured != camera.fiducials.size()) {
       *message =

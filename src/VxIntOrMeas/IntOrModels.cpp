@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <set>
 
+#include "FiducialLookup.h"
 #include "IntOrFits.h"
 
 namespace vx_intor_detail {
@@ -29,19 +30,13 @@ bool ResolutionUsable(const TVxIntOrMeas& meas) {
   return std::isfinite(mm.x) && std::isfinite(mm.y) && mm.x > 0.0 && mm.y > 0.0;
 }
 
-const TVxCameraInfo::TFiducial* FiducialOf(const TVxCameraInfo& camera, std::int32_t index) {
-  for (const TVxCameraInfo::TFiducial& f : camera.fiducials) {
-    if (f.index == index) return &f;
-  }
-  return nullptr;
-}
-
 const char* SolveFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
                            const TVxIntOrSolveOptions& options, TModel* model) {
   std::vector<TPoint> cam, q;
   std::set<std::int32_t> distinct;
+  const TFiducialLookup fiducials(camera);
   for (const TVxIntOrMeas::TMarkMeas& mark : meas.marks) {
-    const TVxCameraInfo::TFiducial* fiducial = FiducialOf(camera, mark.index);
+    const TVxCameraInfo::TFiducial* fiducial = fiducials.Find(mark.index);
     cam.push_back(fiducial->coordsCam);
     q.push_back({mark.coordsPix.x, -mark.coordsPix.y});
     distinct.insert(mark.index);

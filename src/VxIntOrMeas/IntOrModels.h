@@ -24,8 +24,6 @@ struct TModel {
   bool scaleFromMarks = false;
 };
 
-// The camera's fiducial with this index (the first one), or null.
-const TVxCameraInfo::TFiducial* FiducialOf(const TVxCameraInfo& camera, std::int32_t index);
 // Millimetres per pixel of a scan resolution; NaN for a unit outside the enumeration.
 TPoint ResolutionMm(const TVxIntOrMeas& meas);
 // Whether the resolution gives finite, positive millimetres per pixel.

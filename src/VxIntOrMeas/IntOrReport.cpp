@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 
+#include "FiducialLookup.h"
 #include "VxModule_Initializer.h"
 
 namespace vx_intor_detail {
@@ -95,12 +96,7 @@ void AddResiduals(const TVxIntOrMeas& meas, const TModel& model,
 void AddWarnings(const TVxIntOrMeas& meas, const TVxCameraInfo& camera, const TModel& model,
                  TVxIntOrSolution* s) {
   if (camera.cameraType == TCameraType::Fiducials) {
-    const auto measured =
-        std::count_if(camera.fiducials.begin(), camera.fiducials.end(), [&meas](const auto& f) {
-          return std::any_of(meas.marks.begin(), meas.marks.end(),
-                             [&f](const auto& m) { return m.index == f.index; });
-        });
-    if (static_cast<std::size_t>(measured) != camera.fiducials.size()) {
+    if (CountMeasuredFiducials(meas, camera) != camera.fiducials.size()) {
       AddWarning(s, "global.Warn_NotAllFidMeasured");
     }
   }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "FiducialLookup.h"
 #include "IntOrModels.h"
 #include "IntOrReport.h"
 #include "VxAffineTransform.h"
@@ -21,13 +22,15 @@ const char* CheckInput(const TVxIntOrMeas& meas, const TVxCameraInfo& camera) {
     if (!IsFinite(mark.coordsPix)) return "global.Err_IntOrNotFinite";
   }
   switch (camera.cameraType) {
-    case TCameraType::Fiducials:
+    case TCameraType::Fiducials: {
+      const TFiducialLookup fiducials(camera);
       for (const TVxIntOrMeas::TMarkMeas& mark : meas.marks) {
-        if (!IsFinite(FiducialOf(camera, mark.index)->coordsCam)) {
+        if (!IsFinite(fiducials.Find(mark.index)->coordsCam)) {
           return "global.Err_IntOrNotFinite";
         }
       }
       return nullptr;
+    }
     case TCameraType::PrincipalPoint:
     case TCameraType::Cross:
       if (!ResolutionUsable(meas)) return "global.Err_IntOrNotFinite";

@@ -1,6 +1,8 @@
 #pragma once
-// Runs a piece of a test in a child process whose address space is limited, so that memory that
-// grows without bound ends the child (std::bad_alloc, or a crash) instead of the machine.
+// Runs a piece of a test in a child process whose address space or processor time is limited, so
+// that memory that grows without bound ends the child (std::bad_alloc, or a crash) instead of the
+// machine, and work that grows with the product of two inputs ends it by SIGXCPU. The limits are
+// bounds of complexity, set far above what the work needs, not speed targets.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -32,15 +34,17 @@ constexpr bool kAddressSpaceLimitable =
 // How the child ended.
 enum class TLimitedRun { Returned, Threw, OutOfMemory, Crashed };
 
-// Runs `body` in a child process with at most `bytes` of address space. A body that throws
-// std::bad_alloc counts as out of memory; any other exception as thrown (its what() goes to
-// standard error).
-inline TLimitedRun RunWithAddressSpaceLimit(std::size_t bytes, const std::function<void()>& body) {
+// Runs `body` in a child process with at most `limit` of the resource (RLIMIT_AS in bytes,
+// RLIMIT_CPU in seconds). A body that throws std::bad_alloc counts as out of memory; any other
+// exception as thrown (its what() goes to standard error); a child killed by a signal, SIGXCPU
+// included, as crashed.
+inline TLimitedRun RunWithLimit(int resource, std::size_t limit,
+                                const std::function<void()>& body) {
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) {
-    const rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
-    if (::setrlimit(RLIMIT_AS, &limit) != 0) ::_exit(10);
+    const rlimit value{static_cast<rlim_t>(limit), static_cast<rlim_t>(limit)};
+    if (::setrlimit(resource, &value) != 0) ::_exit(10);
     int code = 0;
     try {
       body();
@@ -66,6 +70,14 @@ inline TLimitedRun RunWithAddressSpaceLimit(std::size_t bytes, const std::functi
     default:
       return TLimitedRun::Crashed;
   }
+}
+
+inline TLimitedRun RunWithAddressSpaceLimit(std::size_t bytes, const std::function<void()>& body) {
+  return RunWithLimit(RLIMIT_AS, bytes, body);
+}
+
+inline TLimitedRun RunWithCpuLimit(std::size_t seconds, const std::function<void()>& body) {
+  return RunWithLimit(RLIMIT_CPU, seconds, body);
 }
 
 inline const char* ToString(TLimitedRun run) {

@@ -1,6 +1,7 @@
-// Small inputs never claim memory out of proportion: each case runs in a child process limited
-// to 256 MB of address space, where memory that grows with the square of a table, or a parser
-// that reads ahead over a whole file, would fail.
+// Small inputs never claim memory or time out of proportion. Each case runs in a child process
+// limited to 256 MB of address space (where memory that grows with the square of a table, or a
+// parser that reads ahead over a whole file, fails) or to a processor time far above what the
+// work needs (where work that grows with the product of two lists fails).
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,8 @@
 #include <vector>
 
 #include "VxCameraMath.h"
-#include "VxMemoryLimit.h"
+#include "VxIntOrSolve.h"
+#include "VxResourceLimit.h"
 #include "VxXIni.h"
 
 namespace {
@@ -115,4 +117,34 @@ TEST(BoundedMemory, TenMegabytesOfOpenBracketsAreRefusedBeforeTheyAreRead) {
         throw std::runtime_error("read");
       },
       vx_test::TLimitedRun::Returned);
+}
+
+// 200 000 fiducials against 200 000 marks: linear-logarithmic work takes a fraction of a second,
+// the product of the two (4e10 comparisons) takes minutes and ends the child by SIGXCPU.
+TEST(BoundedTime, ChecksAndSolvingOfManyMarksAreNotQuadratic) {
+  constexpr std::int32_t kMarks = 200000;
+  constexpr std::size_t kCpuSeconds = 20;
+  TVxCameraInfo camera = CreateDefaultCamera();
+  camera.cameraType = TCameraType::Fiducials;
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Fiducials;
+  meas.transformType = TTransformType::Affine;
+  for (std::int32_t i = 0; i < kMarks; ++i) {
+    // Numbered from the far end, so that no order of the two lists matches by accident.
+    const double x = std::cos(0.001 * i) * (10.0 + 0.0005 * i);
+    const double y = std::sin(0.001 * i) * (10.0 + 0.0005 * i);
+    camera.fiducials.push_back({kMarks - i, {x, y}, 0});
+    meas.marks.push_back({kMarks - i, {9600.0 + 80.0 * x, 9600.0 - 80.0 * y}, {}});
+  }
+  const auto run = vx_test::RunWithCpuLimit(kCpuSeconds, [&] {
+    TVxIntOrMeas solved = meas;
+    TVxIntOrSolution solution;
+    std::string message;
+    if (!meas.Verify(camera, &message) || !meas.IntOrReady(camera, &message) ||
+        !SolveIntOr(&solved, camera, &solution, &message)) {
+      throw std::runtime_error("not solved: " + message);
+    }
+    if (!(solution.rmsUm < 1e-6)) throw std::runtime_error("not exact");
+  });
+  EXPECT_EQ(run, vx_test::TLimitedRun::Returned) << "the child " << vx_test::ToString(run);
 }
