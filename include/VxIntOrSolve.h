@@ -45,7 +45,8 @@
 // What the caller may set.
 struct TVxIntOrSolveOptions {
   // A mark whose residual is longer than this, in micrometres, is reported. 0 or less (the
-  // default): 3 times the RMS of the residuals, and at least 10 micrometres.
+  // default): 3 times the RMS of the residuals, but at least 10 and at most 50 micrometres, so
+  // that a wildly bad fit cannot raise the limit over its own marks.
   double residualLimitUm = 0.0;
   // Gauss-Newton iterations of the projective fit at most; a fit that has not converged by then
   // fails. From its linear start the fit needs only a few; the limit guards against marks that

@@ -94,6 +94,23 @@ TMatrix Denormalisation(const TMatrix& n) {
   return InverseAffine(n);
 }
 
+double ThinnestSpread(const std::vector<TPoint>& normalised) {
+  double sxx = 0.0, sxy = 0.0, syy = 0.0;
+  for (const TPoint& p : normalised) {
+    sxx += p.x * p.x;
+    sxy += p.x * p.y;
+    syy += p.y * p.y;
+  }
+  const double n = static_cast<double>(normalised.size());
+  sxx /= n;
+  sxy /= n;
+  syy /= n;
+  const double half = 0.5 * (sxx + syy);
+  const double det = std::max(0.0, sxx * syy - sxy * sxy);
+  const double largest = half + std::sqrt(std::max(0.0, half * half - det));
+  return largest > 0.0 ? std::sqrt(det / largest) : 0.0;
+}
+
 // The similarity q = A c (c, q normalised, so without shift) with and without reflection:
 // A = [a -b; b a] or [a b; b -a], each the closed-form least-squares solution.
 TMatrix FitSimilarity(const std::vector<TPoint>& c, const std::vector<TPoint>& q) {

@@ -13,6 +13,11 @@ namespace vx_intor_detail {
 bool Normalise(const std::vector<TPoint>& points, std::vector<TPoint>* normalised, TMatrix* m);
 // The inverse of a normalisation.
 TMatrix Denormalisation(const TMatrix& n);
+// The root-mean-square distance of normalised points from the line through their centroid that
+// fits them best: the smaller singular value of their scatter, sqrt(lambda_min) of
+// (1/n) sum p p^T, found as det / lambda_max. 0 for points on one line; about 0.7 for points
+// spread evenly in every direction.
+double ThinnestSpread(const std::vector<TPoint>& normalised);
 // The similarity q = A c (c, q normalised, so without shift) with or without reflection,
 // whichever fits better; equal fits keep the one without.
 TMatrix FitSimilarity(const std::vector<TPoint>& c, const std::vector<TPoint>& q);

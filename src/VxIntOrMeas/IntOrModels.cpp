@@ -12,6 +12,9 @@ namespace vx_intor_detail {
 namespace {
 
 constexpr double kMmPerInch = 25.4;
+// A fiducial fit that shrinks a direction of the marks' normalised layout below 1/1000 of its
+// length is refused as degenerate: the marks do not determine the scan's geometry.
+constexpr double kMinNormalisedScale = 1e-3;
 // Two cross arms whose directions' sine is below 1e-10 are parallel.
 constexpr double kParallelArms = 1e-10;
 
@@ -66,6 +69,14 @@ const char* SolveFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera
       if (!FitAffine(cn, qn, &fitted)) return "global.Err_IntOrDegenerate";
       model->unknowns = 6;
       break;
+  }
+  // Both point sets have unit spread, so a scan keeps the shape of the marks' layout: the
+  // measured marks spread across as the calibrated ones do, and the fit shrinks no direction
+  // much (a scanner's scales differ by far less than a factor 1000). Marks that collapse onto
+  // a point or a line on the image fail either test; a similarity would fit them with scale.
+  if (ThinnestSpread(qn) < kMinNormalisedScale * ThinnestSpread(cn) ||
+      !(SmallestSingularValueAtOrigin(fitted) >= kMinNormalisedScale)) {
+    return "global.Err_IntOrDegenerate";
   }
   model->camToPix = Multiply(kFlipY, Multiply(Denormalisation(nq), Multiply(fitted, nc)));
   model->markCam = cam;

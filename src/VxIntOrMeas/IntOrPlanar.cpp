@@ -45,6 +45,21 @@ bool AllFinite(const TMatrix& m) {
   return std::all_of(m.begin(), m.end(), [](double v) { return std::isfinite(v); });
 }
 
+double SmallestSingularValueAtOrigin(const TMatrix& m) {
+  const double w = m[8];
+  const double j00 = (m[0] * w - m[2] * m[6]) / (w * w);
+  const double j01 = (m[1] * w - m[2] * m[7]) / (w * w);
+  const double j10 = (m[3] * w - m[5] * m[6]) / (w * w);
+  const double j11 = (m[4] * w - m[5] * m[7]) / (w * w);
+  const double frobenius2 = j00 * j00 + j01 * j01 + j10 * j10 + j11 * j11;
+  const double det = std::fabs(j00 * j11 - j01 * j10);
+  // The larger root of s^4 - F s^2 + det^2 = 0 is well conditioned; the smaller follows from
+  // the product, without the cancellation of the other root.
+  const double largest2 =
+      0.5 * (frobenius2 + std::sqrt(std::max(0.0, frobenius2 * frobenius2 - 4.0 * det * det)));
+  return largest2 > 0.0 ? det / std::sqrt(largest2) : 0.0;
+}
+
 bool IsFinite(const TPoint& p) {
   return std::isfinite(p.x) && std::isfinite(p.y);
 }

@@ -34,6 +34,11 @@ TMatrix InverseProjective(const TMatrix& m);
 TPoint Apply(const TMatrix& m, const TPoint& p);
 bool AllFinite(const TMatrix& m);
 bool IsFinite(const TPoint& p);
+// The smaller singular value of the map's Jacobian at the origin (for a projective map
+// (A p + t) / (v.p + w), (A w - t v^T) / w^2; for an affine map, its linear part): how much the
+// map shrinks the direction it shrinks most. Closed form of the 2x2 case:
+//   s_max^2 + s_min^2 = |J|_F^2,  s_max s_min = |det J|.
+double SmallestSingularValueAtOrigin(const TMatrix& m);
 // The z component of a x b.
 double Cross(const TPoint& a, const TPoint& b);
 // An angle in radians brought into (-pi, pi].

@@ -17,6 +17,9 @@ constexpr double kRotationWarnDeg = 45.0;
 constexpr double kScaleWarnRatio = 0.01;
 constexpr double kResidualRmsFactor = 3.0;
 constexpr double kResidualFloorUm = 10.0;
+// A mark 50 µm from where the fit puts it is measured wrongly whatever the others did: a fit so
+// bad that 3 RMS exceeds this cannot raise the limit over its own marks.
+constexpr double kResidualCeilingUm = 50.0;
 
 void AddWarning(TVxIntOrSolution* solution, const char* key) {
   solution->warnings.push_back({key, Text(key), std::nullopt});
@@ -85,9 +88,10 @@ void AddResiduals(const TVxIntOrMeas& meas, const TModel& model,
   s->unknowns = model.unknowns;
   s->redundancy = s->observations - s->unknowns;
   if (s->redundancy > 0) s->sigma0Um = std::sqrt(sumUm / s->redundancy);
-  s->residualLimitUm = options.residualLimitUm > 0.0
-                           ? options.residualLimitUm
-                           : std::max(kResidualRmsFactor * s->rmsUm, kResidualFloorUm);
+  s->residualLimitUm =
+      options.residualLimitUm > 0.0
+          ? options.residualLimitUm
+          : std::clamp(kResidualRmsFactor * s->rmsUm, kResidualFloorUm, kResidualCeilingUm);
   if (s->redundancy > 0) {
     for (TVxIntOrMarkResidual& r : s->residuals) r.aboveLimit = r.lengthUm > s->residualLimitUm;
   }

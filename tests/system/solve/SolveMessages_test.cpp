@@ -236,7 +236,7 @@ TEST(SolveWarnings, TheDefaultLimitIsThreeTimesTheRmsAndAtLeastTenMicrometres) {
   meas.marks[6].coordsPix.y += 5.0;
   TVxIntOrSolution solution;
   ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
-  EXPECT_DOUBLE_EQ(solution.residualLimitUm, std::max(3.0 * solution.rmsUm, 10.0));
+  EXPECT_DOUBLE_EQ(solution.residualLimitUm, std::clamp(3.0 * solution.rmsUm, 10.0, 50.0));
   EXPECT_GT(solution.residualLimitUm, 10.0);
   ASSERT_EQ(solution.warnings.size(), 1u);
   EXPECT_EQ(solution.warnings[0].markIndex, 7);
@@ -246,6 +246,24 @@ TEST(SolveWarnings, TheDefaultLimitIsThreeTimesTheRmsAndAtLeastTenMicrometres) {
   ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
   EXPECT_EQ(solution.residualLimitUm, 10.0);
   EXPECT_TRUE(solution.warnings.empty());
+}
+
+TEST(SolveWarnings, AWildlyBadFitCannotRaiseTheDefaultLimitPastFiftyMicrometres) {
+  const TVxCameraInfo camera = GridCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  // Every other mark 40 px (500 micrometres) off: 3 RMS is far above the ceiling.
+  for (std::size_t i = 0; i < meas.marks.size(); i += 2) meas.marks[i].coordsPix.x += 40.0;
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_GT(3.0 * solution.rmsUm, 50.0);
+  EXPECT_EQ(solution.residualLimitUm, 50.0);
+  std::size_t above = 0;
+  for (const auto& r : solution.residuals) {
+    EXPECT_EQ(r.aboveLimit, r.lengthUm > 50.0) << r.index;
+    above += r.aboveLimit ? 1 : 0;
+  }
+  EXPECT_GT(above, 12u);
+  EXPECT_EQ(solution.warnings.size(), above);
 }
 
 TEST(SolveWarnings, NotAllFiducialsMeasuredIsCarriedIntoTheSolution) {
@@ -379,6 +397,45 @@ TEST(SolveFailures, MarksThatDoNotDetermineTheTransform) {
   arms.marks = {
       {1, {800, 9600}, {}}, {2, {18400, 9600}, {}}, {3, {18000, 9600}, {}}, {4, {1000, 9600}, {}}};
   ExpectFailure(arms, cross, "global.Err_IntOrDegenerate");
+}
+
+TEST(SolveFailures, MarksMeasuredAtTwoPixelPositionsAreDegenerate) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  for (const TTransformType type :
+       {TTransformType::Similarity, TTransformType::Affine, TTransformType::Projective}) {
+    SCOPED_TRACE(static_cast<int>(type));
+    TVxIntOrMeas meas = Scan(camera, TTerms(), type);
+    meas.marks[0].coordsPix = meas.marks[2].coordsPix = {1166.6, 18114.1};
+    meas.marks[1].coordsPix = meas.marks[3].coordsPix = {18090.2, 1118.2};
+    ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  }
+}
+
+TEST(SolveFailures, MarksMeasuredAlongOneLineOfTheImageAreDegenerate) {
+  const TVxCameraInfo camera = GridCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
+  // Each mark moved onto the line y = 0.3 x + 17.1, then off it by a few hundred-thousandths of
+  // a pixel: coordinates that are not exact in binary, on no exact line.
+  std::mt19937 random(11);  // fixed seed
+  std::uniform_real_distribution<double> off(-3e-5, 3e-5);
+  for (auto& m : meas.marks) m.coordsPix.y = 0.3 * m.coordsPix.x + 17.1 + off(random);
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  meas.transformType = TTransformType::Projective;
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+}
+
+TEST(SolveFailures, AScanWithAxesOfVeryDifferentScaleIsStillSolved) {
+  // Twice the pixel size across as along: far from degenerate, if far from any scanner.
+  const TVxCameraInfo camera = GridCamera();
+  TTerms terms;
+  terms.scaleXUm = 25.0;
+  terms.scaleYUm = 12.5;
+  const TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Affine);
+  TVxIntOrMeas copy = meas;
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&copy, camera, &solution, nullptr));
+  EXPECT_NEAR(solution.scaleXUm, 25.0, 1e-9);
+  EXPECT_NEAR(solution.scaleYUm, 12.5, 1e-9);
 }
 
 TEST(SolveFailures, AProjectiveFitThatDoesNotConvergeInTime) {
