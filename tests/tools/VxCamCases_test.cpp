@@ -5,6 +5,8 @@
 //   name      the test's name (letters, digits, underscores)
 //   args      the arguments after "vxcam", a list of texts
 //   stdin     what the program reads on standard input (optional; else nothing)
+//   stdin_long_line   a line of this many '1's that follows stdin (optional), for inputs too
+//                     large to write out
 //   exit      the expected exit status
 //   stdout, stdout_en, stdout_de   the expected standard output, for both languages or one
 //   stderr, stderr_en, stderr_de   the expected standard error, likewise
@@ -77,6 +79,8 @@ std::vector<CliCase> LoadCases() {
           c.args.push_back(reader->ReadE<std::string>(a));
         reader->LeaveSectionE(args);
         c.input = ReadText(*reader, "stdin", "");
+        const int longLine = reader->Read<int>(reader->FindF("stdin_long_line", 0), 0);
+        if (longLine > 0) c.input += std::string(static_cast<std::size_t>(longLine), '1') + "\n";
         c.exitStatus = reader->ReadE<int>(reader->FindFE("exit", 0));
         c.out = ForLanguage(*reader, "stdout", language);
         c.err = ForLanguage(*reader, "stderr", language);

@@ -25,7 +25,7 @@ TFit Fit(const TVxCameraInfo& camera, TDistortionType model, double radius,
   const bool done = WithContentOf(path, [&] {
     return ApproxCameraDistortion(model, &fit.distortion, camera, radius, &fit.maxDeviation);
   });
-  if (!done || std::isnan(fit.maxDeviation))
+  if (!done || !std::isfinite(fit.maxDeviation) || !DistortionIsFinite(fit.distortion))
     throw TContentError(path + ": " + Text("vxcam.error.fit_failed") + " (" +
                         DistortionTypeToUserText(camera.distortion.type) + ")");
   return fit;
@@ -56,7 +56,8 @@ int RunFit(const TArgs& args, TIo& io) {
             ->option_text("formula|mixed")
             ->check(CLI::IsMember({"formula", "mixed"}));
         app.add_option("--radius", radius, Text("vxcam.opt.radius"))
-            ->option_text(UnitsCamMmUserTextAbbr());
+            ->option_text(UnitsCamMmUserTextAbbr())
+            ->check(PositiveNumber());
         AddOutputOption(app, outputPath, "vxcam.opt.output_camera", false);
         AddJsonFlag(app, json);
       },

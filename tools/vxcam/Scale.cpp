@@ -1,5 +1,6 @@
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
+#include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
 
@@ -13,12 +14,19 @@ int RunScale(const TArgs& args, TIo& io) {
       "scale", "vxcam.scale.summary", args, io,
       [&](CLI::App& app) {
         AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
-        app.add_option("FACTOR", factor, Text("vxcam.arg.factor"))->required();
+        app.add_option("FACTOR", factor, Text("vxcam.arg.factor"))
+            ->required()
+            ->check(FiniteNumber());
         AddOutputOption(app, outputPath, "vxcam.opt.output_camera", true);
       },
       [&] {
         TVxCameraInfo camera = LoadCamera(cameraPath);
         ApplyDistortionMultiplier(&camera.distortion, factor);
+        // A finite factor can still carry a value past the range of numbers ("1e300 times").
+        if (!DistortionIsFinite(camera.distortion)) {
+          throw TContentError(cameraPath + ": " + Text("vxcam.error.not_finite") + ' ' +
+                              FormatNumber(factor, 17));
+        }
         SaveCamera(camera, outputPath);
         ReportWritten(io, outputPath);
         return kExitSuccess;

@@ -1,62 +1,161 @@
 #include <cmath>
+#include <cstdint>
 #include <istream>
-#include <locale>
 #include <ostream>
-#include <sstream>
+#include <streambuf>
+#include <string_view>
 
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
+#include "VxCamNumbers.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
 
 namespace vxcam {
 namespace {
 
-using TPoints = std::vector<vec_t_<double, 2>>;
+using TPoint = vec_t_<double, 2>;
 
-TPoints PointsFromArguments(const std::vector<double>& coordinates) {
+// A line of standard input holds at most this many bytes: a longer one is refused as it is read,
+// never held whole (a pair of numbers needs fewer than a hundred).
+constexpr std::size_t kMaxLineBytes = 65536;
+// Points are mapped in batches of this many, or fewer where the input pauses.
+constexpr std::size_t kBatch = 4096;
+
+enum class TLineRead { Line, End, TooLong };
+
+// The next line without its line end, read byte by byte from the stream's buffer.
+TLineRead ReadLine(std::streambuf& in, std::string& line) {
+  line.clear();
+  for (;;) {
+    const int c = in.sbumpc();
+    if (c == std::char_traits<char>::eof()) return line.empty() ? TLineRead::End : TLineRead::Line;
+    if (c == '\n') return TLineRead::Line;
+    if (line.size() == kMaxLineBytes) return TLineRead::TooLong;
+    line += static_cast<char>(c);
+  }
+}
+
+// The whitespace-separated fields of a line.
+std::vector<std::string_view> Fields(std::string_view line) {
+  std::vector<std::string_view> fields;
+  std::size_t at = 0;
+  while (at < line.size()) {
+    const std::size_t start = line.find_first_not_of(" \t\r", at);
+    if (start == std::string_view::npos) break;
+    const std::size_t end = std::min(line.find_first_of(" \t\r", start), line.size());
+    fields.push_back(line.substr(start, end - start));
+    at = end;
+  }
+  return fields;
+}
+
+// Writes the mapped points as they come: one "x y" line a point in mm with 6 decimals
+// (nanometres), or the elements of the JSON array "points". Points that cannot be mapped (an
+// inverse that did not converge, a result beyond the range of double) print as "nan nan" (null
+// in JSON) so that every output line stays beside its input line, and are reported on standard
+// error with where they came from; the command then ends with the invalid-content status.
+class TPointWriter {
+ public:
+  TPointWriter(const TransformHandle& transform, TIo& io, bool json)
+      : transform_(transform), io_(io), json_(json) {}
+
+  void Add(const TPoint& p, std::string where) {
+    in_.push_back(p);
+    where_.push_back(std::move(where));
+    if (in_.size() == kBatch) Flush();
+  }
+
+  // Maps and writes what was added; the output stream is flushed, so that a reader waiting
+  // for the result of a line gets it before the next line is read.
+  void Flush() {
+    out_.resize(in_.size());
+    transform_->TransformPoints(in_.data(), out_.data(), in_.size());
+    for (std::size_t i = 0; i < in_.size(); ++i) Write(i);
+    in_.clear();
+    where_.clear();
+    io_.out.flush();
+  }
+
+  // Ends the JSON document; the status of the whole run.
+  int Finish() {
+    Flush();
+    if (json_) io_.out << (written_ == 0 ? "{\n  \"points\": []\n}\n" : "\n  ]\n}\n");
+    io_.out.flush();
+    return unmapped_ == 0 ? kExitSuccess : kExitInvalidContent;
+  }
+
+ private:
+  void Write(std::size_t i) {
+    const TPoint& q = out_[i];
+    const bool mapped = std::isfinite(q.x) && std::isfinite(q.y);
+    if (!mapped) {
+      ++unmapped_;
+      io_.err << "vxcam transform: " << Text("vxcam.error.content") << ": " << where_[i] << ": "
+              << Text("vxcam.error.not_mapped") << ' ' << FormatNumber(in_[i].x, 17) << ' '
+              << FormatNumber(in_[i].y, 17) << '\n';
+    }
+    if (!json_) {
+      io_.out << (mapped ? FormatFixed(q.x, 6) + ' ' + FormatFixed(q.y, 6) : "nan nan") << '\n';
+      return;
+    }
+    const nlohmann::ordered_json point = {
+        {"camera", PointToJson(in_[i])},
+        {"mm", mapped ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
+    io_.out << (written_ == 0 ? "{\n  \"points\": [\n" : ",\n") << Indented(point.dump(2), 4);
+    ++written_;
+  }
+
+  static std::string Indented(const std::string& text, std::size_t spaces) {
+    std::string out(spaces, ' ');
+    for (char c : text) {
+      out += c;
+      if (c == '\n') out.append(spaces, ' ');
+    }
+    return out;
+  }
+
+  const TransformHandle& transform_;
+  TIo& io_;
+  bool json_;
+  std::vector<TPoint> in_, out_;
+  std::vector<std::string> where_;
+  std::uint64_t written_ = 0;
+  std::uint64_t unmapped_ = 0;
+};
+
+void PointsFromArguments(const std::vector<double>& coordinates, TPointWriter& writer) {
   if (coordinates.size() % 2 != 0) throw TUsageError(Text("vxcam.error.odd_coordinates"));
-  TPoints points;
-  for (std::size_t i = 0; i < coordinates.size(); i += 2)
-    points.push_back({coordinates[i], coordinates[i + 1]});
-  return points;
+  for (std::size_t i = 0; i < coordinates.size(); i += 2) {
+    writer.Add({coordinates[i], coordinates[i + 1]},
+               Text("vxcam.text.point") + ' ' + std::to_string(i / 2 + 1));
+  }
 }
 
-// One pair a line; empty lines and lines starting with '#' are skipped.
-TPoints PointsFromStream(std::istream& in) {
-  TPoints points;
+// One pair a line; empty lines and lines starting with '#' are skipped. Each line is mapped as
+// soon as no more input is waiting, so that the tool can stand in a pipeline that waits for it.
+void PointsFromStream(std::istream& in, TPointWriter& writer) {
+  std::streambuf& buffer = *in.rdbuf();
   std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    const auto first = line.find_first_not_of(" \t\r");
-    if (first == std::string::npos || line[first] == '#') continue;
-    std::istringstream fields(line);
-    fields.imbue(std::locale::classic());
-    vec_t_<double, 2> p;
-    std::string rest;
-    if (!(fields >> p.x >> p.y) || (fields >> rest))
-      throw TContentError("<stdin>:" + std::to_string(number) + ": " +
-                          Text("vxcam.error.not_a_point") + " '" + line + "'");
-    points.push_back(p);
+  for (std::uint64_t number = 1;; ++number) {
+    if (buffer.in_avail() <= 0) writer.Flush();
+    const TLineRead read = ReadLine(buffer, line);
+    const std::string where = "<stdin>:" + std::to_string(number);
+    if (read == TLineRead::End) break;
+    if (read == TLineRead::TooLong) {
+      throw TContentError(where + ": " + Text("vxcam.error.line_too_long") + ' ' +
+                          std::to_string(kMaxLineBytes));
+    }
+    const auto fields = Fields(line);
+    if (fields.empty() || fields[0][0] == '#') continue;
+    TPoint p;
+    if (fields.size() != 2 || !ParseFiniteNumber(fields[0], p.x) ||
+        !ParseFiniteNumber(fields[1], p.y)) {
+      throw TContentError(where + ": " + Text("vxcam.error.not_a_point") + " '" + line + "'");
+    }
+    writer.Add(p, where);
   }
-  return points;
-}
-
-nlohmann::ordered_json Coordinate(double value) {
-  return std::isnan(value) ? nlohmann::ordered_json() : nlohmann::ordered_json(value);
-}
-
-// One "x y" line a point in mm with 6 decimals (nanometres), or JSON with both points.
-void WritePoints(std::ostream& stream, const TPoints& in, const TPoints& out, bool json) {
-  if (!json) {
-    for (const auto& p : out) stream << FormatFixed(p.x, 6) << ' ' << FormatFixed(p.y, 6) << '\n';
-    return;
-  }
-  nlohmann::ordered_json points = nlohmann::ordered_json::array();
-  for (std::size_t i = 0; i < in.size(); ++i)
-    points.push_back({{"camera", PointToJson(in[i])},
-                      {"mm", {{"x", Coordinate(out[i].x)}, {"y", Coordinate(out[i].y)}}}});
-  WriteJson(stream, {{"points", points}});
 }
 
 }  // namespace
@@ -69,19 +168,27 @@ int RunTransform(const TArgs& args, TIo& io) {
       "transform", "vxcam.transform.summary", args, io,
       [&](CLI::App& app) {
         AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
-        app.add_option("X Y", coordinates, Text("vxcam.arg.points"));
+        app.add_option("X Y", coordinates, Text("vxcam.arg.points"))->check(FiniteNumber());
         AddJsonFlag(app, json);
       },
       [&] {
         const TVxCameraInfo camera = LoadCamera(cameraPath);
         const TransformHandle transform =
             WithContentOf(cameraPath, [&] { return CreateCamToMmTransform(camera); });
-        const TPoints in =
-            coordinates.empty() ? PointsFromStream(io.in) : PointsFromArguments(coordinates);
-        TPoints out(in.size());
-        transform->TransformPoints(in.data(), out.data(), in.size());
-        WritePoints(io.out, in, out, json);
-        return kExitSuccess;
+        TPointWriter writer(transform, io, json);
+        if (!coordinates.empty()) {
+          PointsFromArguments(coordinates, writer);
+          return writer.Finish();
+        }
+        CheckStandardInput(io.in);
+        try {
+          PointsFromStream(io.in, writer);
+        } catch (const TContentError&) {
+          // The lines before the bad one were good: their points go out, the document ends.
+          writer.Finish();
+          throw;
+        }
+        return writer.Finish();
       });
 }
 

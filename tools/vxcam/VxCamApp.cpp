@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <new>
 
+#include "VxCamNumbers.h"
 #include "VxCamText.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
@@ -31,7 +33,9 @@ void AddCommonOptions(CLI::App& app, std::string& language) {
 
 int Report(TIo& io, const std::string& command, const char* kindKey, const std::string& detail,
            int status) {
-  io.err << command << ": " << Text(kindKey) << ": " << detail << '\n';
+  // Messages quote file names, keys and values: no control character of theirs reaches the
+  // terminal.
+  io.err << command << ": " << Text(kindKey) << ": " << EscapeControlCharacters(detail) << '\n';
   return status;
 }
 
@@ -75,6 +79,9 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
     return Report(io, command, "vxcam.error.not_solved", e.what(), kExitCheckFailed);
   } catch (const TContentError& e) {
     return Report(io, command, "vxcam.error.content", e.what(), kExitInvalidContent);
+  } catch (const std::bad_alloc&) {
+    return Report(io, command, "vxcam.error.content", Text("vxcam.error.out_of_memory"),
+                  kExitInvalidContent);
   } catch (const std::exception& e) {
     return Report(io, command, "vxcam.error.content", e.what(), kExitInvalidContent);
   }
@@ -105,11 +112,20 @@ CLI::Validator PositiveNumber() {
   return CLI::Validator(
       [](std::string& text) -> std::string {
         double value = 0.0;
-        if (CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0.0)
-          return {};
+        if (ParseFiniteNumber(text, value) && value > 0.0) return {};
         return Text("vxcam.error.not_positive") + ": " + text;
       },
       "", "POSITIVE");
+}
+
+CLI::Validator FiniteNumber() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        double value = 0.0;
+        if (ParseFiniteNumber(text, value)) return {};
+        return Text("vxcam.error.not_a_number") + ": " + text;
+      },
+      "", "NUMBER");
 }
 
 void ReportWritten(TIo& io, const std::string& path) {

@@ -59,6 +59,9 @@ void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKe
 
 // Accepts a finite number greater than zero; refuses anything else with a localised message.
 CLI::Validator PositiveNumber();
+// Accepts a finite decimal number, as the settings files hold them; refuses hexadecimal, nan,
+// inf and numbers beyond the range of double with a localised message.
+CLI::Validator FiniteNumber();
 
 // Tells the user on io.out that `path` was written.
 void ReportWritten(TIo& io, const std::string& path);

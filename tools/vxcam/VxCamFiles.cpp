@@ -7,9 +7,11 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 
 #include "VxCamApp.h"
+#include "VxCamText.h"
 #include "VxXIni.h"
 
 namespace vxcam {
@@ -79,6 +81,17 @@ void WriteFileAtomically(const std::string& path, const std::string& text) {
     const int error = errno;
     ::unlink(temporary.c_str());
     ThrowFileError(path, error);
+  }
+}
+
+void CheckStandardInput(const std::istream& in) {
+  if (&in != &std::cin) return;
+  struct stat info {};
+  if (::fstat(STDIN_FILENO, &info) != 0) {
+    throw TFileError(Text("vxcam.text.stdin") + ": " + std::strerror(errno));
+  }
+  if (S_ISDIR(info.st_mode)) {
+    throw TFileError(Text("vxcam.text.stdin") + ": " + Text("vxcam.error.is_folder"));
   }
 }
 

@@ -2,6 +2,7 @@
 // Reading and writing the files of the tool: cameras and measurements through the settings
 // reader and writer, other texts atomically, and where the bundled examples lie.
 
+#include <iosfwd>
 #include <string>
 
 #include "VxCameraInfo.h"
@@ -22,6 +23,10 @@ void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path)
 // Writes `text` to `path` through a temporary file in the same folder that is renamed over the
 // target; on failure the target is as it was and TFileError names the path and the reason.
 void WriteFileAtomically(const std::string& path, const std::string& text);
+
+// When `in` is the program's standard input: refuses one that is closed or a folder, which
+// would otherwise read as empty input. TFileError names it.
+void CheckStandardInput(const std::istream& in);
 
 // The folder of the example cameras and measurements: beside the installed program
 // (<prefix>/share/VxCameraUtils/examples), else the source tree's examples/ folder.

@@ -39,6 +39,25 @@ std::size_t DisplayWidth(const std::string& text) {
   }));
 }
 
+namespace {
+
+// Each line of `text` indented (carriage returns dropped, a last line end ends the last line),
+// its control characters escaped; written as it is read, so a text of millions of lines costs
+// no more than its own length.
+void WriteTextBlock(std::ostream& out, const std::string& text, std::size_t indent) {
+  std::size_t start = 0;
+  while (start < text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    std::string line = text.substr(start, end - start);
+    line.erase(std::remove(line.begin(), line.end(), '\r'), line.end());
+    out << std::string(indent, ' ') << EscapeControlCharacters(line) << '\n';
+    start = end + 1;
+  }
+}
+
+}  // namespace
+
 void WriteRows(std::ostream& out, const TRows& rows) {
   std::size_t column = 0;
   for (const TRow& row : rows) {
@@ -48,10 +67,12 @@ void WriteRows(std::ostream& out, const TRows& rows) {
   }
   for (const TRow& row : rows) {
     const std::size_t indent = static_cast<std::size_t>(2 * row.indent);
-    out << std::string(indent, ' ');
     if (row.label.empty()) {
-      out << row.value << '\n';
-    } else if (row.value.empty()) {
+      WriteTextBlock(out, row.value, indent);
+      continue;
+    }
+    out << std::string(indent, ' ');
+    if (row.value.empty()) {
       out << row.label << ":\n";
     } else {
       out << row.label << ':' << std::string(column - indent - DisplayWidth(row.label), ' ')
@@ -157,6 +178,22 @@ std::vector<TCoefficient> DistortionCoefficients(const TVxCameraDistortion& dist
   }
 }
 
+bool DistortionIsFinite(const TVxCameraDistortion& distortion) {
+  bool finite =
+      std::isfinite(distortion.symmetryPoint.x) && std::isfinite(distortion.symmetryPoint.y);
+  for (const TCoefficient& c : DistortionCoefficients(distortion))
+    finite = finite && std::isfinite(c.value);
+  for (const auto& row : distortion.tableR)
+    finite = finite && std::isfinite(row.r) && std::isfinite(row.dr);
+  for (const auto* table : {&distortion.table4Plus, &distortion.table4X}) {
+    for (const auto& row : *table) {
+      finite = finite && std::isfinite(row.r);
+      for (double dr : row.dr) finite = finite && std::isfinite(dr);
+    }
+  }
+  return finite;
+}
+
 TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
   TRows rows{{indent, Text("vxcam.label.distortion"), DistortionTypeToUserText(distortion.type)}};
   if (distortion.type == TDistortionType::None) return rows;
@@ -230,32 +267,16 @@ void DescribeMarks(TRows& rows, const TVxCameraInfo& camera) {
     rows.push_back({1, Text("vxcam.label.templates"), camera.fiducialTemplateId});
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::string line;
-  for (char c : text) {
-    if (c == '\r') continue;
-    if (c == '\n') {
-      lines.push_back(line);
-      line.clear();
-    } else {
-      line += c;
-    }
-  }
-  if (!line.empty()) lines.push_back(line);
-  return lines;
-}
-
 }  // namespace
 
 TRows DescribeCamera(const TVxCameraInfo& camera) {
   const std::string mm = UnitsCamMmUserTextAbbr();
-  TRows rows{{0, Text("vxcam.label.name"), camera.name},
-             {0, Text("vxcam.label.calibration_date"), camera.calibrationDate}};
-  const auto description = Lines(camera.description);
-  if (!description.empty()) {
+  TRows rows{
+      {0, Text("vxcam.label.name"), EscapeControlCharacters(camera.name)},
+      {0, Text("vxcam.label.calibration_date"), EscapeControlCharacters(camera.calibrationDate)}};
+  if (camera.description.find_first_not_of('\r') != std::string::npos) {
     rows.push_back({0, Text("vxcam.label.description"), ""});
-    for (const auto& line : description) rows.push_back({1, "", line});
+    rows.push_back({1, "", camera.description});
   }
   DescribeMarks(rows, camera);
   rows.push_back({0, Text("vxcam.label.focus"), FormatNumber(camera.focus) + " " + mm});

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "VxCamApp.h"
 #include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
@@ -81,7 +82,10 @@ std::string Escape(const std::string& text) {
   return escaped;
 }
 
+// A coordinate of the drawing. A distortion whose values reach beyond the range of numbers would
+// put "nan" or "inf" into the SVG, which no viewer draws: it is refused instead.
 std::string Px(double value) {
+  if (!std::isfinite(value)) throw TContentError(Text("vxcam.error.not_drawable"));
   return FormatFixed(value, 1);
 }
 

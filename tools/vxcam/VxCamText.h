@@ -3,12 +3,18 @@
 // in the language in force.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vxcam {
 
 // The text of `key`; the key itself when the resources lack it, so that a gap shows.
 std::string Text(const char* key);
+
+// A text from a file or a user made safe for a terminal: control characters (C0, DEL and the
+// C1 range in UTF-8) become \xHH, so that no escape sequence from a file reaches the terminal;
+// line feeds stay where `keepLineFeeds`, and the other bytes, UTF-8 included, are kept.
+std::string EscapeControlCharacters(std::string_view text, bool keepLineFeeds = false);
 
 // "yes" or "no".
 std::string YesNo(bool value);

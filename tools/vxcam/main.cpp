@@ -16,6 +16,9 @@ int main(int argc, char** argv) {
       {"plot", vxcam::RunPlot, "vxcam.plot.summary"},
       {"demo", vxcam::RunDemo, "vxcam.demo.summary"},
   };
+  // The standard streams buffer on their own: standard input tells how much it holds, so that
+  // transform writes its results whenever the input pauses rather than after every line.
+  std::ios::sync_with_stdio(false);
   vxcam::TIo io{std::cin, std::cout, std::cerr};
   return vxcam::RunMain(commands, argc, argv, io);
 }
