@@ -15,6 +15,7 @@
 #include "VxCameraMath.h"
 #include "VxIntOrMeas.h"
 #include "VxResourceGuards.h"
+#include "VxResourceLimit.h"
 #include "VxXIni.h"
 
 namespace {
@@ -77,6 +78,35 @@ TEST_F(VxCamCommands, Show_RadialTable_ListsRowsInMicrometres) {
   EXPECT_THAT(run.out, HasSubstr("Focal length:                153.228 mm\n"));
   EXPECT_THAT(run.out, HasSubstr("    128.574        10\n"));
   EXPECT_THAT(run.err, IsEmpty());
+}
+
+// Five million empty lines (10 MB of file) as rows of a report took about 80 bytes each; written as
+// they are read, they fit in a child limited to 256 MB of address space.
+TEST_F(VxCamCommands, Show_DescriptionOfMillionsOfLines_IsWrittenInBoundedMemory) {
+  if (!vx_test::kAddressSpaceLimitable) GTEST_SKIP() << "sanitizers reserve the address space";
+  constexpr std::size_t kLines = 5000000;
+  TVxCameraInfo camera = CreateDefaultCamera();
+  camera.description = std::string(kLines, '\n');
+  vxcam::SaveCamera(camera, Path("lines.yaml"));
+  const std::string path = Path("lines.yaml");
+  const auto run = vx_test::RunWithAddressSpaceLimit(std::size_t{256} << 20, [&] {
+    std::istringstream in;
+    std::ofstream out("/dev/null");
+    std::ostringstream err;
+    vxcam::TIo io{in, out, err};
+    if (vxcam::RunShow({path}, io) != vxcam::kExitSuccess) throw std::runtime_error(err.str());
+  });
+  EXPECT_EQ(run, vx_test::TLimitedRun::Returned) << vx_test::ToString(run);
+}
+
+TEST_F(VxCamCommands, Show_ControlCharactersOfNameAndDescription_AreEscaped) {
+  TVxCameraInfo camera = CreateDefaultCamera();
+  camera.name = "red \x1b[31m";
+  camera.description = "one\ntwo \x07\x7f \xc2\x9b done \xc3\xa4\n";
+  vxcam::SaveCamera(camera, Path("escapes.yaml"));
+  const CommandRun run = Call(vxcam::RunShow, {Path("escapes.yaml")});
+  EXPECT_THAT(run.out, HasSubstr("red \\x1B[31m\n"));
+  EXPECT_THAT(run.out, HasSubstr("  one\n  two \\x07\\x7F \\xC2\\x9B done \xc3\xa4\n"));
 }
 
 TEST_F(VxCamCommands, Show_German_UsesGermanLabels) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <istream>
@@ -483,6 +484,15 @@ std::unique_ptr<TVxXIniReader> TVxXIniReader::FromText(std::string_view text,
     throw TVxXIniReadError(
         sourceName, 0, 0, std::string(),
         "the text is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes");
+  }
+  // The parser would end the text at a NUL byte without a word, or take it for a broken escape.
+  if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
+    const std::size_t lineStart = text.rfind('\n', nul) + 1;  // npos + 1 is 0
+    const auto line = static_cast<std::uint32_t>(
+        1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(nul), '\n'));
+    throw TVxXIniReadError(sourceName, line, static_cast<std::uint32_t>(nul - lineStart + 1),
+                           std::string(),
+                           "the text holds a NUL byte, which no settings file holds");
   }
   auto impl = std::make_unique<Impl>();
   impl->source = std::move(sourceName);

@@ -187,3 +187,10 @@ TEST(VxXIniHostileInput, UnclosedBracketsOfMixedKindsAreRefused) {
   for (int i = 0; i < 5000; ++i) text += i % 2 == 0 ? "[" : "{k: ";
   EXPECT_NE(LocatedError(text).find("sections nest deeper than 64 levels"), std::string::npos);
 }
+
+TEST(VxXIniHostileInput, ANulByteIsRefusedWhereItStands) {
+  EXPECT_EQ(LocatedError(std::string("name: a\0b\nfocus: 1\n", 19)),
+            "bad.yaml:1:8: the text holds a NUL byte, which no settings file holds");
+  EXPECT_EQ(LocatedError(std::string("a: 1\n\0\n", 7)),
+            "bad.yaml:2:1: the text holds a NUL byte, which no settings file holds");
+}
