@@ -114,7 +114,7 @@ function(vx_add_fuzzer name)
       set(dict "-dict=${ARG_DICT}")
     endif()
     add_test(NAME ${name}_smoke
-      COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -timeout=10 -rss_limit_mb=2048 ${dict}
+      COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -timeout=5 -rss_limit_mb=512 ${dict}
         "${work}" "${ARG_CORPUS}")
   endif()
 endfunction()

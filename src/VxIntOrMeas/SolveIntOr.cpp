@@ -1,6 +1,7 @@
 // The interior orientation of one image solved from its measurements: the checks of the input,
 // the model of the camera's kind, the transforms and the report.
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <utility>
@@ -57,6 +58,21 @@ const char* CheckInput(const TVxIntOrMeas& meas, const TVxCameraInfo& camera) {
 bool Fail(std::string* message, const char* key) {
   if (message != nullptr) *message = Text(key);
   return false;
+}
+
+bool AllFinite(const TVxIntOrSolution& s) {
+  const double values[] = {s.scaleXUm, s.scaleYUm, s.rotationDeg, s.shearDeg,
+                           s.perspective.x, s.perspective.y, s.originPix.x, s.originPix.y,
+                           s.rmsPix, s.rmsUm, s.sigma0Um, s.largestUm, s.largestPix,
+                           s.residualLimitUm};
+  bool finite = std::all_of(std::begin(values), std::end(values),
+                            [](double v) { return std::isfinite(v); });
+  for (const TVxIntOrMarkResidual& r : s.residuals) {
+    finite = finite && std::isfinite(r.residualPix.x) && std::isfinite(r.residualPix.y) &&
+             std::isfinite(r.residualUm.x) && std::isfinite(r.residualUm.y) &&
+             std::isfinite(r.lengthUm);
+  }
+  return finite;
 }
 
 }  // namespace
@@ -116,6 +132,8 @@ bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
   DescribeTransform(model.pixToCam, &result);
   AddResiduals(*meas, model, options, &result);
   AddWarnings(*meas, camera, model, &result);
+  // Marks so far out that the report's arithmetic overflows give no result to report.
+  if (!AllFinite(result)) return Fail(message, "global.Err_IntOrNotFinite");
 
   if (camera.cameraType == TCameraType::Fiducials) {
     for (std::size_t i = 0; i < meas->marks.size(); ++i) {
