@@ -57,7 +57,8 @@ std::vector<TPoint> MapChecked(const TransformHandle& transform, const std::vect
   const std::size_t nan = transform->TransformPoints(in.data(), out.data(), in.size());
   std::size_t counted = 0;
   for (std::size_t i = 0; i < in.size(); ++i) {
-    if (!SameResult(out[i], transform->TransformPoint(in[i]))) Fail("batch differs from one point", in[i]);
+    if (!SameResult(out[i], transform->TransformPoint(in[i])))
+      Fail("batch differs from one point", in[i]);
     counted += IsNaNPoint(out[i]) ? 1 : 0;
   }
   if (nan != counted) Fail("NaN results miscounted", in.front());
@@ -81,10 +82,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   direct.direction = TVxCameraDistortion::TDirection::CamToMm;
   inverse.direction = TVxCameraDistortion::TDirection::MmToCam;
   const TransformHandle camToMm = Built([&] { return CreateCamToMmTransform(camera); });
-  const TransformHandle forward =
-      Built([&] { return CreateCameraDistortionTransform(direct, {0.0, 0.0}, camera.focus); });
-  const TransformHandle backward =
-      Built([&] { return CreateCameraDistortionTransform(inverse, {0.0, 0.0}, camera.focus); });
+  const TransformHandle forward = Built([&] {
+    return CreateCameraDistortionTransform(direct, {0.0, 0.0}, camera.focus);
+  });
+  const TransformHandle backward = Built([&] {
+    return CreateCameraDistortionTransform(inverse, {0.0, 0.0}, camera.focus);
+  });
 
   std::vector<TPoint> grid;
   for (int i = 0; i < kGrid; ++i) {
@@ -99,8 +102,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::vector<TPoint> again = MapChecked(forward, solved);
   for (std::size_t i = 0; i < grid.size(); ++i) {
     if (!std::isfinite(solved[i].x) || !std::isfinite(solved[i].y)) continue;
-    const double size = std::max({1.0, grid[i].Length(), solved[i].Length()});
-    if (!((again[i] - grid[i]).Length() <= kInverseAgreement * size)) {
+    const double scale = std::max({1.0, grid[i].Length(), solved[i].Length()});
+    if (!((again[i] - grid[i]).Length() <= kInverseAgreement * scale)) {
       Fail("a finite inverse result does not map back", grid[i]);
     }
   }

@@ -60,8 +60,8 @@ bool Finite(const vec_t_<double, 2>& p) {
 }
 
 void CheckFinite(const TVxIntOrSolution& s) {
-  const double values[] = {s.scaleXUm,    s.scaleYUm, s.rotationDeg, s.shearDeg,
-                           s.rmsPix,      s.rmsUm,    s.sigma0Um,    s.residualLimitUm};
+  const double values[] = {s.scaleXUm, s.scaleYUm, s.rotationDeg, s.shearDeg,
+                           s.rmsPix,   s.rmsUm,    s.sigma0Um,    s.residualLimitUm};
   for (double v : values) {
     if (!std::isfinite(v)) Fail("a solution value is not finite");
   }
