@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -107,6 +108,29 @@ TEST_F(VxCamCommands, Show_ControlCharactersOfNameAndDescription_AreEscaped) {
   const CommandRun run = Call(vxcam::RunShow, {Path("escapes.yaml")});
   EXPECT_THAT(run.out, HasSubstr("red \\x1B[31m\n"));
   EXPECT_THAT(run.out, HasSubstr("  one\n  two \\x07\\x7F \\xC2\\x9B done \xc3\xa4\n"));
+}
+
+TEST_F(VxCamCommands, Transform_ManyPointsOutsideTheField_AreNamedTenTimesThenCounted) {
+  std::string input;
+  for (int i = 0; i < 25; ++i) input += std::to_string(130 + i) + " 0\n";
+  input += "10 10\n";
+  const CommandRun run = Call(vxcam::RunTransform, {kRadial}, input);
+  EXPECT_EQ(run.status, vxcam::kExitSuccess);
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 26);
+  EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 11) << run.err;
+  EXPECT_THAT(run.err,
+              HasSubstr("<stdin>:10: the point lies outside the calibrated field (r = 139 mm"));
+  EXPECT_THAT(run.err, Not(HasSubstr("<stdin>:11:")));
+  EXPECT_THAT(run.err, HasSubstr("warning: 25 points in all lie outside the calibrated field, "
+                                 "which ends at 128.574 mm\n"));
+}
+
+TEST_F(VxCamCommands, Transform_InverseThenForward_ReturnsThePoints) {
+  const CommandRun inverse = Call(vxcam::RunTransform, {kFormula, "--inverse", "--precision", "15"},
+                                  "-100 -50\n12.5 99\n");
+  ASSERT_EQ(inverse.status, vxcam::kExitSuccess) << inverse.err;
+  const CommandRun forward = Call(vxcam::RunTransform, {kFormula, "--precision", "9"}, inverse.out);
+  EXPECT_EQ(forward.out, "-100.000000000 -50.000000000\n12.500000000 99.000000000\n");
 }
 
 TEST_F(VxCamCommands, Show_German_UsesGermanLabels) {

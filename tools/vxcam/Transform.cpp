@@ -1,6 +1,7 @@
 #include <cmath>
 #include <cstdint>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <streambuf>
 #include <string_view>
@@ -9,6 +10,8 @@
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
 #include "VxCamNumbers.h"
+#include "VxCamPointChain.h"
+#include "VxCamSolution.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
 
@@ -56,14 +59,30 @@ std::vector<std::string_view> Fields(std::string_view line) {
 // inverse that did not converge, a result beyond the range of double) print as "nan nan" (null
 // in JSON) so that every output line stays beside its input line, and are reported on standard
 // error with where they came from; the command then ends with the invalid-content status.
+// What the writer writes: the names of the input's and the output's systems in JSON, the
+// decimals, and the radius of the calibrated field (0: none known).
+struct TWriterSetup {
+  const char* inputKey = "camera";
+  const char* outputKey = "mm";
+  int decimals = 6;
+  double calibratedRadius = 0.0;
+  vec_t_<double, 2> symmetryPoint;
+};
+
+// At most this many points outside the calibrated field are named one by one; the rest are
+// counted in the summary at the end.
+constexpr std::uint64_t kNamedOutsidePoints = 10;
+
 class TPointWriter {
  public:
-  TPointWriter(const TransformHandle& transform, TIo& io, bool json)
-      : transform_(transform), io_(io), json_(json) {}
+  TPointWriter(const TPointChain& chain, const TWriterSetup& setup, TIo& io, bool json)
+      : chain_(chain), setup_(setup), io_(io), json_(json) {}
 
-  void Add(const TPoint& p, std::string where) {
+  // A point, where it came from, and the text after its two numbers, passed through.
+  void Add(const TPoint& p, std::string where, std::string rest = std::string()) {
     in_.push_back(p);
     where_.push_back(std::move(where));
+    rest_.push_back(std::move(rest));
     if (in_.size() == kBatch) Flush();
   }
 
@@ -71,10 +90,12 @@ class TPointWriter {
   // for the result of a line gets it before the next line is read.
   void Flush() {
     out_.resize(in_.size());
-    transform_->TransformPoints(in_.data(), out_.data(), in_.size());
+    chain_.map->TransformPoints(in_.data(), out_.data(), in_.size());
+    FindCameraPoints();
     for (std::size_t i = 0; i < in_.size(); ++i) Write(i);
     in_.clear();
     where_.clear();
+    rest_.clear();
     io_.out.flush();
   }
 
@@ -83,11 +104,43 @@ class TPointWriter {
     Flush();
     if (json_) io_.out << (written_ == 0 ? "{\n  \"points\": []\n}\n" : "\n  ]\n}\n");
     io_.out.flush();
+    if (outside_ > kNamedOutsidePoints) {
+      io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << outside_ << ' '
+              << Text("vxcam.warning.points_outside") << ' '
+              << FormatNumber(setup_.calibratedRadius) << ' ' << UnitsCamMmUserTextAbbr() << '\n';
+    }
     return unmapped_ == 0 ? kExitSuccess : kExitInvalidContent;
   }
 
  private:
+  // Where the points lie in the camera system, for the calibrated field.
+  void FindCameraPoints() {
+    camera_.clear();
+    if (!(setup_.calibratedRadius > 0.0)) return;
+    if (chain_.outputIsCamera) {
+      camera_ = out_;
+    } else if (chain_.toCamera) {
+      camera_.resize(in_.size());
+      chain_.toCamera->TransformPoints(in_.data(), camera_.data(), in_.size());
+    } else {
+      camera_ = in_;
+    }
+  }
+
+  void WarnIfOutside(std::size_t i) {
+    if (camera_.empty()) return;
+    const double r = (camera_[i] - setup_.symmetryPoint).Length();
+    if (!(r > setup_.calibratedRadius)) return;
+    if (++outside_ > kNamedOutsidePoints) return;
+    const std::string mm = UnitsCamMmUserTextAbbr();
+    io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << where_[i] << ": "
+            << Text("vxcam.warning.outside_field") << " (r = " << FormatNumber(r) << ' ' << mm
+            << ", " << Text("vxcam.warning.field_ends") << ' '
+            << FormatNumber(setup_.calibratedRadius) << ' ' << mm << ")\n";
+  }
+
   void Write(std::size_t i) {
+    WarnIfOutside(i);
     const TPoint& q = out_[i];
     const bool mapped = std::isfinite(q.x) && std::isfinite(q.y);
     if (!mapped) {
@@ -97,12 +150,18 @@ class TPointWriter {
               << FormatNumber(in_[i].y, 17) << '\n';
     }
     if (!json_) {
-      io_.out << (mapped ? FormatFixed(q.x, 6) + ' ' + FormatFixed(q.y, 6) : "nan nan") << '\n';
+      io_.out << (mapped
+                      ? FormatFixed(q.x, setup_.decimals) + ' ' + FormatFixed(q.y, setup_.decimals)
+                      : std::string("nan nan"));
+      if (!rest_[i].empty()) io_.out << ' ' << rest_[i];
+      io_.out << '\n';
       return;
     }
-    const nlohmann::ordered_json point = {
-        {"camera", PointToJson(in_[i])},
-        {"mm", mapped ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
+    nlohmann::ordered_json point = {
+        {setup_.inputKey, PointToJson(in_[i])},
+        {setup_.outputKey,
+         mapped ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
+    if (!rest_[i].empty()) point["rest"] = rest_[i];
     io_.out << (written_ == 0 ? "{\n  \"points\": [\n" : ",\n") << Indented(point.dump(2), 4);
     ++written_;
   }
@@ -116,13 +175,15 @@ class TPointWriter {
     return out;
   }
 
-  const TransformHandle& transform_;
+  const TPointChain& chain_;
+  TWriterSetup setup_;
   TIo& io_;
   bool json_;
-  std::vector<TPoint> in_, out_;
-  std::vector<std::string> where_;
+  std::vector<TPoint> in_, out_, camera_;
+  std::vector<std::string> where_, rest_;
   std::uint64_t written_ = 0;
   std::uint64_t unmapped_ = 0;
+  std::uint64_t outside_ = 0;
 };
 
 void PointsFromArguments(const std::vector<double>& coordinates, TPointWriter& writer) {
@@ -150,11 +211,19 @@ void PointsFromStream(std::istream& in, TPointWriter& writer) {
     const auto fields = Fields(line);
     if (fields.empty() || fields[0][0] == '#') continue;
     TPoint p;
-    if (fields.size() != 2 || !ParseFiniteNumber(fields[0], p.x) ||
+    if (fields.size() < 2 || !ParseFiniteNumber(fields[0], p.x) ||
         !ParseFiniteNumber(fields[1], p.y)) {
       throw TContentError(where + ": " + Text("vxcam.error.not_a_point") + " '" + line + "'");
     }
-    writer.Add(p, where);
+    // The columns after x and y go out as they came, from the first of them to the line's end.
+    std::string rest;
+    if (fields.size() > 2) {
+      rest = line.substr(static_cast<std::size_t>(fields[2].data() - line.data()));
+      while (!rest.empty() && (rest.back() == '\r' || rest.back() == ' ' || rest.back() == '\t')) {
+        rest.pop_back();
+      }
+    }
+    writer.Add(p, where, std::move(rest));
   }
 }
 
@@ -162,20 +231,42 @@ void PointsFromStream(std::istream& in, TPointWriter& writer) {
 
 int RunTransform(const TArgs& args, TIo& io) {
   std::string cameraPath;
+  std::string measurementsPath;
   std::vector<double> coordinates;
+  bool inverse = false;
+  int decimals = 6;
   bool json = false;
   return RunCommand(
       "transform", "vxcam.transform.summary", args, io,
       [&](CLI::App& app) {
         AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
         app.add_option("X Y", coordinates, Text("vxcam.arg.points"))->check(FiniteNumber());
+        app.add_flag("--inverse", inverse, Text("vxcam.opt.inverse"));
+        app.add_option("--measurements", measurementsPath, Text("vxcam.opt.measurements"))
+            ->option_text(Text("vxcam.help.file"));
+        app.add_option("--precision", decimals, Text("vxcam.opt.precision"))
+            ->option_text("0..17")
+            ->check(CLI::Range(0, 17));
         AddJsonFlag(app, json);
       },
       [&] {
         const TVxCameraInfo camera = LoadCamera(cameraPath);
-        const TransformHandle transform =
-            WithContentOf(cameraPath, [&] { return CreateCamToMmTransform(camera); });
-        TPointWriter writer(transform, io, json);
+        std::optional<TSolvedScan> scan;
+        if (!measurementsPath.empty()) {
+          scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath,
+                           TVxIntOrSolveOptions());
+        }
+        const TPointChain chain = WithContentOf(cameraPath, [&] {
+          return MakePointChain(camera, scan ? &scan->solution : nullptr, inverse);
+        });
+        TWriterSetup setup;
+        const char* outer = scan ? "pixel" : "camera";
+        setup.inputKey = inverse ? "mm" : outer;
+        setup.outputKey = inverse ? outer : "mm";
+        setup.decimals = decimals;
+        setup.calibratedRadius = CalibratedRadius(camera).value_or(0.0);
+        setup.symmetryPoint = camera.distortion.symmetryPoint;
+        TPointWriter writer(chain, setup, io, json);
         if (!coordinates.empty()) {
           PointsFromArguments(coordinates, writer);
           return writer.Finish();

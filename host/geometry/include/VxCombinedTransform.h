@@ -1,10 +1,12 @@
 #pragma once
 // A chain of transforms applied one after the other.
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
 #include "VxTransform.h"
+#include "VxTransformHandle.h"
 
 // Applies its members in the order in which they were added: the first added is applied first.
 // An empty composite is the identity.
@@ -34,3 +36,8 @@ class VXGEOMETRY_EXPORT TCombinedTransform final : public TVx2DTransform {
 
   std::vector<std::unique_ptr<TVx2DTransform>> members_;
 };
+
+// A composite of copies of `members` (applied in the order given; null members are left out) in
+// a handle of its own. A member that fails to copy leaves nothing behind.
+VXGEOMETRY_EXPORT TransformHandle
+MakeCombinedTransformHandle(std::initializer_list<const TVx2DTransform*> members);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <new>
 
 #include "VxBatch.h"
 #include "VxInverseSolver.h"
@@ -54,4 +55,21 @@ vec_t_<double, 2> TCombinedTransform::TransformPoint(const vec_t_<double, 2>& p)
   vec_t_<double, 2> q = p;
   for (const auto& member : members_) q = member->TransformPoint(q);
   return q;
+}
+
+TransformHandle MakeCombinedTransformHandle(std::initializer_list<const TVx2DTransform*> members) {
+  // The holder is made first and owned by `owner`, so that a member that fails to copy frees it.
+  auto* block = new var_a_legacy::TEmbedded_var_a_item<TCombinedTransform>();
+  TCombinedTransform* chain = nullptr;
+  try {
+    chain = ::new (static_cast<void*>(&block->object)) TCombinedTransform();
+  } catch (...) {
+    delete block;
+    throw;
+  }
+  const TransformHandle owner(block, chain);
+  for (const TVx2DTransform* member : members) {
+    if (member != nullptr) chain->AddTransform(*member);
+  }
+  return owner;
 }
