@@ -1,10 +1,14 @@
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <ostream>
+#include <utility>
 
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
+#include "VxCamPointChain.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
 
@@ -16,8 +20,56 @@ const std::map<std::string, TDistortionType> kFitModels = {{"formula", TDistorti
 
 struct TFit {
   TVxCameraDistortion distortion;
-  double maxDeviation = 0.0;  // mm
+  double maxDeviation = 0.0;           // mm
+  double radius = 0.0;                 // mm, the disc sampled; 0 for an exact conversion
+  const char* radiusKey = "";          // where the radius came from: its text for people
+  const char* radiusSource = "exact";  // and its word for programs
 };
+
+// The disc the library samples, as it chooses it: a table's last row, whatever --radius says;
+// for the formula and mixed models --radius up to the focal length, else half the focal length.
+void ChooseDisc(const TVxCameraInfo& camera, double radiusOption, TFit* fit) {
+  if (const std::optional<double> last = CalibratedRadius(camera)) {
+    fit->radius = *last;
+    fit->radiusKey = "vxcam.fit.radius_table";
+    fit->radiusSource = "table";
+  } else if (radiusOption > 0.0) {
+    fit->radius = std::min(radiusOption, camera.focus);
+    const bool limited = radiusOption > camera.focus;
+    fit->radiusKey = limited ? "vxcam.fit.radius_focus_limit" : "vxcam.fit.radius_option";
+    fit->radiusSource = limited ? "focal_length" : "option";
+  } else {
+    fit->radius = camera.focus / 2.0;
+    fit->radiusKey = "vxcam.fit.radius_half_focus";
+    fit->radiusSource = "half_focal_length";
+  }
+}
+
+// How far from the symmetry point the calibration reaches, and by what: the farthest fiducial
+// mark, the sensor's corner, a table's last row; 0 where the camera says nothing.
+std::pair<double, const char*> CalibratedField(const TVxCameraInfo& camera) {
+  double reach = 0.0;
+  const char* by = "";
+  const vec_t_<double, 2> centre = camera.distortion.symmetryPoint;
+  for (const auto& mark : camera.fiducials) {
+    const double r = (mark.coordsCam - centre).Length();
+    if (r > reach) reach = r, by = "vxcam.fit.field_fiducial";
+  }
+  if (camera.cameraType == TCameraType::Digital) {
+    const double r = std::hypot(static_cast<double>(camera.sensorDims.x) * camera.pixelSize.x,
+                                static_cast<double>(camera.sensorDims.y) * camera.pixelSize.y) /
+                     2.0;
+    if (r > reach) reach = r, by = "vxcam.fit.field_sensor";
+  }
+  if (const std::optional<double> last = CalibratedRadius(camera); last && *last > reach) {
+    reach = *last, by = "vxcam.fit.field_table";
+  }
+  return {reach, by};
+}
+
+void Warn(TIo& io, const std::string& text) {
+  io.err << "vxcam fit: " << Text("vxcam.text.warning") << ": " << text << '\n';
+}
 
 TFit Fit(const TVxCameraInfo& camera, TDistortionType model, double radius,
          const std::string& path) {
@@ -31,8 +83,15 @@ TFit Fit(const TVxCameraInfo& camera, TDistortionType model, double radius,
   return fit;
 }
 
+std::string RadiusText(const TFit& fit) {
+  if (fit.radius == 0.0) return Text("vxcam.fit.exact");
+  return FormatNumber(fit.radius) + " " + UnitsCamMmUserTextAbbr() + " (" + Text(fit.radiusKey) +
+         ")";
+}
+
 void WriteFit(std::ostream& out, const TFit& fit) {
-  TRows rows{{0, Text("vxcam.label.max_deviation"),
+  TRows rows{{0, Text("vxcam.label.fit_radius"), RadiusText(fit)},
+             {0, Text("vxcam.label.max_deviation"),
               FormatNumber(fit.maxDeviation * 1000.0, 3) + " " + UnitsCamMkmUserTextAbbr()}};
   const TRows distortion = DescribeDistortion(fit.distortion, 0);
   rows.insert(rows.end(), distortion.begin(), distortion.end());
@@ -63,9 +122,20 @@ int RunFit(const TArgs& args, TIo& io) {
       },
       [&] {
         TVxCameraInfo camera = LoadCamera(cameraPath);
-        const TFit fit = Fit(camera, kFitModels.at(model), radius, cameraPath);
+        TFit fit = Fit(camera, kFitModels.at(model), radius, cameraPath);
+        // An exact conversion samples nothing; a fit samples the disc the library chose.
+        if (fit.maxDeviation != 0.0) ChooseDisc(camera, radius, &fit);
+        if (radius > 0.0 && CalibratedRadius(camera))
+          Warn(io, Text("vxcam.warning.radius_ignored"));
+        const auto [reach, by] = CalibratedField(camera);
+        if (fit.radius > 0.0 && reach > fit.radius) {
+          Warn(io, Text("vxcam.warning.disc_short") + " " + FormatNumber(reach) + " " +
+                       UnitsCamMmUserTextAbbr() + " (" + Text(by) + ")");
+        }
         if (json)
-          WriteJson(io.out, {{"max_deviation_um", fit.maxDeviation * 1000.0},
+          WriteJson(io.out, {{"radius_mm", fit.radius},
+                             {"radius_source", fit.radiusSource},
+                             {"max_deviation_um", fit.maxDeviation * 1000.0},
                              {"distortion", DistortionToJson(fit.distortion)}});
         else
           WriteFit(io.out, fit);
