@@ -14,9 +14,14 @@
 
 namespace {
 
-// The program with `args`, its standard input `in` (-1: closed) and its standard error into a
-// pipe; standard output into `out` (or a pipe as well). Returns the child's pid.
-pid_t Start(const std::vector<std::string>& args, int in, int out, int err) {
+// The program with `args`, its standard input `in` (-1: closed), standard output `out`,
+// standard error `err`, and the environment `environment` ("NAME=value"; empty: VX_LANG=en and
+// the rest of this process's environment). Returns the child's pid.
+pid_t Start(const std::vector<std::string>& args, int in, int out, int err,
+            std::vector<std::string> environment = {}) {
+  std::vector<char*> env;
+  for (auto& e : environment) env.push_back(e.data());
+  env.push_back(nullptr);
   std::vector<std::string> argv{VXCAM_PROGRAM};
   argv.insert(argv.end(), args.begin(), args.end());
   std::vector<char*> cargv;
@@ -33,7 +38,11 @@ pid_t Start(const std::vector<std::string>& args, int in, int out, int err) {
         ::setenv("VX_LANG", "en", 1) != 0) {
       ::_exit(127);
     }
-    ::execv(cargv[0], cargv.data());
+    if (environment.empty()) {
+      ::execv(cargv[0], cargv.data());
+    } else {
+      ::execve(cargv[0], cargv.data(), env.data());
+    }
     ::_exit(127);
   }
   return child;
@@ -73,10 +82,11 @@ struct TRun {
   std::string err;
 };
 
-TRun RunWithInput(const std::vector<std::string>& args, int in) {
+TRun RunWithInput(const std::vector<std::string>& args, int in,
+                  const std::vector<std::string>& environment = {}) {
   int out[2], err[2];
   if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) return {-1, "", "no pipes"};
-  const pid_t child = Start(args, in, out[1], err[1]);
+  const pid_t child = Start(args, in, out[1], err[1], environment);
   ::close(out[1]);
   ::close(err[1]);
   TRun run{0, ReadAll(out[0]), ReadAll(err[0])};
@@ -138,4 +148,30 @@ TEST(VxCamStandardStreams, TransformAnswersEachLineBeforeTheNextIsWritten) {
   EXPECT_EQ(ExitStatus(child), 0);
   ::close(out[0]);
   ::close(err[0]);
+}
+
+// The language of the texts comes from VX_LANG, else LANGUAGE (unless the locale is C), else
+// the locale of LC_ALL, LC_MESSAGES or LANG; CLI11's own messages follow it.
+TEST(VxCamStandardStreams, TheLanguageComesFromTheEnvironmentAsGettextChoosesIt) {
+  const struct {
+    std::vector<std::string> environment;
+    const char* expected;
+  } cases[] = {
+      {{"VX_LANG=de", "LANG=en_US.UTF-8"}, "falsche Argumente: --output fehlt"},
+      {{"VX_LANG=en", "LANGUAGE=de"}, "wrong arguments: --output is required"},
+      {{"LANGUAGE=fr:de:en", "LANG=en_GB.UTF-8"}, "falsche Argumente: --output fehlt"},
+      {{"LANGUAGE=de", "LANG=C"}, "wrong arguments: --output is required"},
+      {{"LC_ALL=de_AT.UTF-8", "LANG=en_US.UTF-8"}, "falsche Argumente: --output fehlt"},
+      {{"LC_MESSAGES=de_CH", "LANG=en_US"}, "falsche Argumente: --output fehlt"},
+      {{"LANG=de_DE.UTF-8"}, "falsche Argumente: --output fehlt"},
+      {{"LANG=fr_FR.UTF-8"}, "wrong arguments: --output is required"},
+      {{"PATH=/usr/bin"}, "wrong arguments: --output is required"},
+  };
+  const int none = ::open("/dev/null", O_RDONLY);
+  for (const auto& c : cases) {
+    const TRun run = RunWithInput({"new", "dmc"}, none, c.environment);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.err.find(c.expected), std::string::npos) << c.environment[0] << "\n" << run.err;
+  }
+  ::close(none);
 }

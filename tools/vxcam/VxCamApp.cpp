@@ -6,6 +6,7 @@
 #include <new>
 
 #include "VxCamNumbers.h"
+#include "VxCamParseErrors.h"
 #include "VxCamText.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
@@ -59,7 +60,7 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
     io.out << help;
     return kExitSuccess;
   } catch (const CLI::ParseError& e) {
-    Report(io, command, "vxcam.error.usage", e.what(), kExitUsage);
+    Report(io, command, "vxcam.error.usage", LocaliseParseError(e.what()), kExitUsage);
     io.err << Text("vxcam.error.see_help") << ' ' << command << " --help\n";
     return kExitUsage;
   }
@@ -161,6 +162,7 @@ int MainUsageError(TIo& io, const std::string& detail) {
 }  // namespace
 
 int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* argv, TIo& io) {
+  ApplyLanguageFromEnvironment();
   const TArgs all(argv + std::min(argc, 1), argv + argc);
   std::size_t i = 0;
   for (; i < all.size() && !all[i].empty() && all[i][0] == '-'; ++i) {

@@ -1,5 +1,7 @@
 #include "VxCamText.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,51 @@ std::string Text(const char* key) {
 
 std::string YesNo(bool value) {
   return Text(value ? "vxcam.text.yes" : "vxcam.text.no");
+}
+
+namespace {
+
+// The language a locale value names, if the tool has texts in it: "de_DE.UTF-8" names "de";
+// "C" and "POSIX" name English.
+std::string KnownLanguage(std::string value) {
+  if (value == "C" || value == "POSIX" || value.rfind("C.", 0) == 0) return "en";
+  value = value.substr(0, value.find_first_of("_-.@"));
+  for (const char* language : kLanguages) {
+    if (value == language) return value;
+  }
+  return std::string();
+}
+
+std::string Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+}  // namespace
+
+void ApplyLanguageFromEnvironment() {
+  // VX_LANG is the library's own and already in force.
+  if (!Variable("VX_LANG").empty()) return;
+  // As gettext does: the first of LC_ALL, LC_MESSAGES and LANG that is set is the locale; in a
+  // locale other than C, LANGUAGE lists the languages to try first.
+  std::string locale;
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    locale = Variable(name);
+    if (!locale.empty()) break;
+  }
+  const bool plainC = locale == "C" || locale == "POSIX";
+  const std::string list = Variable("LANGUAGE");
+  for (std::size_t start = 0; !plainC && start < list.size();) {
+    const std::size_t end = std::min(list.find(':', start), list.size());
+    const std::string language = KnownLanguage(list.substr(start, end - start));
+    if (!language.empty()) {
+      VxSetResLanguage(language);
+      return;
+    }
+    start = end + 1;
+  }
+  const std::string language = KnownLanguage(locale);
+  VxSetResLanguage(language.empty() ? "en" : language);
 }
 
 bool ApplyLanguageOption(const std::vector<std::string>& args) {

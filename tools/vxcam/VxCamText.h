@@ -19,6 +19,12 @@ std::string EscapeControlCharacters(std::string_view text, bool keepLineFeeds = 
 // "yes" or "no".
 std::string YesNo(bool value);
 
+// Sets the language of the texts from the environment, as programs of the system choose theirs:
+// VX_LANG when set (the library has read it already); else, unless the locale is C, the first
+// language of LANGUAGE (a colon-separated list) that the tool has; else the language of the
+// locale, the first of LC_ALL, LC_MESSAGES and LANG that is set; English where none is known.
+void ApplyLanguageFromEnvironment();
+
 // Applies "--lang en|de" or "--lang=en|de" where it stands among `args`; other values are left
 // to the argument parser, which refuses them. Returns true when a language was set.
 bool ApplyLanguageOption(const std::vector<std::string>& args);
