@@ -304,21 +304,6 @@ TEST_F(VxCamCommands, Plot_ScanNotSolvable_IsCheckFailedAndWritesNothing) {
   EXPECT_THAT(Files(), IsEmpty());
 }
 
-TEST_F(VxCamCommands, WriteFileAtomically_MissingFolder_IsFileErrorAndLeavesNothing) {
-  EXPECT_THROW(vxcam::WriteFileAtomically(Path("no/such/folder/x.svg"), "text"),
-               std::runtime_error);
-  EXPECT_THAT(Files(), IsEmpty());
-}
-
-TEST_F(VxCamCommands, WriteFileAtomically_ExistingTarget_IsReplacedWhole) {
-  std::ofstream(Path("x.txt")) << "a much longer old text";
-  vxcam::WriteFileAtomically(Path("x.txt"), "new");
-  std::ifstream in(Path("x.txt"));
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(text, "new");
-  EXPECT_EQ(Files(), std::vector<std::string>{"x.txt"});
-}
-
 TEST_F(VxCamCommands, Demo_WritesTheSolvedScanTheFittedCameraAndTwoPictures) {
   const CommandRun run = Call(vxcam::RunDemo, {"-o", Path("demo")});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iostream>
 
+#include "VxAtomicFile.h"
 #include "VxCamText.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
@@ -70,6 +71,8 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
   } catch (const TVxXIniWriteError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TFileError& e) {
+    return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
+  } catch (const TVxFileSaveError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TNotSolvedError& e) {
     return Report(io, command, "vxcam.error.not_solved", e.what(), kExitCheckFailed);

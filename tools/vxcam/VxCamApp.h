@@ -18,7 +18,8 @@ class TUsageError : public std::runtime_error {
 };
 
 // A file that cannot be read or written, named in the message. Exit 3. (The settings reader's
-// and writer's own errors, which name file, line, column and key, count as file errors too.)
+// and writer's own errors, which name file, line, column and key, and TVxFileSaveError of a save
+// count as file errors too.)
 class TFileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -1,6 +1,7 @@
 #pragma once
 // Reading and writing the files of the tool: cameras and measurements through the settings
-// reader and writer, other texts atomically, and where the bundled examples lie.
+// reader and writer, and where the bundled examples lie. Other texts are saved with
+// VxSaveFileAtomically.
 
 #include <string>
 
@@ -18,10 +19,6 @@ TVxIntOrMeas LoadMeasurements(const std::string& path);
 void SaveCamera(const TVxCameraInfo& camera, const std::string& path);
 // Saves interior orientation measurements into the root section of a settings file, atomically.
 void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path);
-
-// Writes `text` to `path` through a temporary file in the same folder that is renamed over the
-// target; on failure the target is as it was and TFileError names the path and the reason.
-void WriteFileAtomically(const std::string& path, const std::string& text);
 
 // The folder of the example cameras and measurements: beside the installed program
 // (<prefix>/share/VxCameraUtils/examples), else the source tree's examples/ folder.
