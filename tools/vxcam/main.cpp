@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "VxCamCommands.h"
+#include "VxCamSignals.h"
 
 int main(int argc, char** argv) {
   const std::vector<vxcam::TCommand> commands = {
@@ -16,6 +17,7 @@ int main(int argc, char** argv) {
       {"plot", vxcam::RunPlot, "vxcam.plot.summary"},
       {"demo", vxcam::RunDemo, "vxcam.demo.summary"},
   };
+  vxcam::HandleSignalsDuringSaves();
   vxcam::TIo io{std::cin, std::cout, std::cerr};
   return vxcam::RunMain(commands, argc, argv, io);
 }
