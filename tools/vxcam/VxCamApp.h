@@ -42,7 +42,8 @@ class TNotSolvedError : public std::runtime_error {
 // Runs one command: a CLI11 application named "vxcam <name>" with the summary text of
 // `summaryKey`, the options --help and --lang, and what `define` adds; then `act`. Help goes to
 // io.out with status 0; a parse error, and the errors above, go to io.err as one message with
-// their status.
+// their status. When `act` returns, or help was written, io.out is flushed; if any write to it
+// failed, that is reported as a file error of standard output with status 3.
 int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo& io,
                const std::function<void(CLI::App&)>& define, const std::function<int()>& act);
 
@@ -60,6 +61,15 @@ void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKe
 
 // Accepts a finite number greater than zero; refuses anything else with a localised message.
 CLI::Validator PositiveNumber();
+// Refuses an empty path ("-o ''") with a localised message.
+CLI::Validator NonEmptyPath();
+
+// Throws TFileError "standard output: <reason>" (localised) if a write to io.out has failed, so
+// that a command stops instead of computing what nobody can read. A command that writes line by
+// line calls it after each line; RunCommand flushes io.out and calls it after every command, so
+// that a full disk, /dev/full or a closed terminal gives exit status 3 instead of 0. It does not
+// flush: a failure shows once the buffer of io.out is written out.
+void CheckOutput(TIo& io);
 
 // Tells the user on io.out that `path` was written.
 void ReportWritten(TIo& io, const std::string& path);
