@@ -6,7 +6,7 @@
 //  - none there: a new file is made with the permissions 0666 less the umask (and the folder's
 //    default ACL, where it has one).
 //  - a regular file: it is replaced; the new file keeps its permission bits, and its owner and
-//    group where the process may give them (root always; others keep their own group).
+//    group where the process may give them (root always; others the group if they belong to it).
 //    Another hard link to the old file keeps the old content.
 //  - a regular file that is read-only (no write permission bit at all, or none for this process):
 //    refused, the file is left untouched. Saving over a file someone made read-only would
@@ -52,8 +52,8 @@ class VXCOMMON_EXPORT TVxFileSaveError : public std::runtime_error {
   int error_;
 };
 
-// Saves `text` to `path` as described above. Safe to call from several threads at once for
-// different targets.
+// Saves `text` to `path` as described above. Several threads or processes may save at once,
+// even to the same target: each save is whole, and the last rename wins.
 VXCOMMON_EXPORT void VxSaveFileAtomically(const std::string& path, std::string_view text);
 
 // --- Following the temporary file (for signal handlers) ---

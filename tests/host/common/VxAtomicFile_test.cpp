@@ -204,7 +204,9 @@ TEST_F(VxAtomicFile, SocketIsRefusedAndLeftAlone) {
   const std::string path = Path("socket");
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  ASSERT_LT(path.size(), sizeof(address.sun_path)) << "the temporary folder's path is too long";
+  if (path.size() >= sizeof(address.sun_path)) {
+    GTEST_SKIP() << "the temporary folder's path is too long for a socket address: " << path;
+  }
   std::copy(path.begin(), path.end(), address.sun_path);
   const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
   ASSERT_GE(fd, 0);
