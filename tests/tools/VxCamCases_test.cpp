@@ -11,15 +11,22 @@
 //   stdout, stdout_en, stdout_de   the expected standard output, for both languages or one
 //   stderr, stderr_en, stderr_de   the expected standard error, likewise
 //   stdout_has                     a text that standard output must contain (both languages)
+//   stdout_to  a file that standard output goes to instead, such as /dev/full (optional); then
+//              nothing is expected of standard output
+//   file_size_limit  the largest file the program may write, in bytes (ulimit -f; optional)
+//   out_files  the names in the case's fresh folder afterwards, in any order (optional; else
+//              they are not checked)
 // An output without any expectation must be empty. The program runs in the source tree, so
 // paths are written as from there; "{out}" stands for a fresh folder of the case, in the
 // arguments and in the expected outputs.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -40,6 +47,10 @@ struct CliCase {
   std::string out;
   std::string err;
   std::string outHas;
+  std::string stdoutTo;
+  long long fileSizeLimit = 0;  // none
+  bool checkOutFiles = false;
+  std::vector<std::string> outFiles;
 };
 
 void PrintTo(const CliCase& c, std::ostream* os) {
@@ -85,6 +96,16 @@ std::vector<CliCase> LoadCases() {
         c.out = ForLanguage(*reader, "stdout", language);
         c.err = ForLanguage(*reader, "stderr", language);
         c.outHas = ReadText(*reader, "stdout_has", "");
+        c.stdoutTo = ReadText(*reader, "stdout_to", "");
+        c.fileSizeLimit = std::stoll(ReadText(*reader, "file_size_limit", "0"));
+        const TVxXIniSectionHandle outFiles = reader->EnterSectionS("out_files");
+        if (outFiles != kVxXIniNoSection) {
+          c.checkOutFiles = true;
+          for (TVxXIniPosition f = 0; reader->HasEntry(f); ++f)
+            c.outFiles.push_back(reader->ReadE<std::string>(f));
+          std::sort(c.outFiles.begin(), c.outFiles.end());
+          reader->LeaveSectionE(outFiles);
+        }
         cases.push_back(c);
       }
       reader->LeaveSectionE(item);
@@ -114,11 +135,19 @@ struct Outcome {
   std::string err;
 };
 
+// How the program is run beyond its arguments and input.
+struct RunSettings {
+  std::string stdoutTo;         // else a file of the work folder, read back
+  long long fileSizeLimit = 0;  // RLIMIT_FSIZE in bytes; 0: as inherited
+};
+
 // Runs vxcam in the source tree with VX_LANG set, the input on standard input.
 Outcome RunProgram(const std::vector<std::string>& args, const std::string& input,
-                   const std::string& language, const std::filesystem::path& work) {
-  const auto inPath = work / "stdin.txt", outPath = work / "stdout.txt",
-             errPath = work / "stderr.txt";
+                   const std::string& language, const std::filesystem::path& work,
+                   const RunSettings& settings = {}) {
+  const auto inPath = work / "stdin.txt", errPath = work / "stderr.txt";
+  const std::filesystem::path outPath =
+      settings.stdoutTo.empty() ? work / "stdout.txt" : std::filesystem::path(settings.stdoutTo);
   std::ofstream(inPath, std::ios::binary) << input;
   std::vector<std::string> argv{VXCAM_PROGRAM};
   argv.insert(argv.end(), args.begin(), args.end());
@@ -133,6 +162,11 @@ Outcome RunProgram(const std::vector<std::string>& args, const std::string& inpu
     if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0 ||
         chdir(VX_SOURCE_DIR) != 0 || setenv("VX_LANG", language.c_str(), 1) != 0)
       _exit(127);
+    if (settings.fileSizeLimit > 0) {
+      rlimit limit{};
+      limit.rlim_cur = limit.rlim_max = static_cast<rlim_t>(settings.fileSizeLimit);
+      if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(127);
+    }
     execv(cargv[0], cargv.data());
     _exit(127);
   }
@@ -140,9 +174,17 @@ Outcome RunProgram(const std::vector<std::string>& args, const std::string& inpu
   int status = 0;
   if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status))
     outcome.status = WEXITSTATUS(status);
-  outcome.out = Slurp(outPath);
+  if (settings.stdoutTo.empty()) outcome.out = Slurp(outPath);
   outcome.err = Slurp(errPath);
   return outcome;
+}
+
+std::vector<std::string> NamesIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 class VxCamCli : public testing::TestWithParam<CliCase> {};
@@ -156,13 +198,20 @@ TEST_P(VxCamCli, GivesExpectedOutputAndStatus) {
   const std::string out = (work / "out").string();
   std::vector<std::string> args;
   for (const auto& a : c.args) args.push_back(Replace(a, "{out}", out));
-  const Outcome outcome = RunProgram(args, c.input, c.language, work);
+  const Outcome outcome =
+      RunProgram(args, c.input, c.language, work, {c.stdoutTo, c.fileSizeLimit});
   EXPECT_EQ(outcome.status, c.exitStatus);
-  if (c.outHas.empty())
-    EXPECT_EQ(Replace(outcome.out, out, "{out}"), c.out);
-  else
-    EXPECT_NE(outcome.out.find(c.outHas), std::string::npos) << outcome.out;
+  if (c.stdoutTo.empty()) {
+    if (c.outHas.empty()) {
+      EXPECT_EQ(Replace(outcome.out, out, "{out}"), c.out);
+    } else {
+      EXPECT_NE(outcome.out.find(c.outHas), std::string::npos) << outcome.out;
+    }
+  }
   EXPECT_EQ(Replace(outcome.err, out, "{out}"), c.err);
+  if (c.checkOutFiles) {
+    EXPECT_EQ(NamesIn(work / "out"), c.outFiles);
+  }
 }
 
 std::string CaseName(const testing::TestParamInfo<CliCase>& param) {
@@ -170,5 +219,19 @@ std::string CaseName(const testing::TestParamInfo<CliCase>& param) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, VxCamCli, testing::ValuesIn(LoadCases()), CaseName);
+
+// Too long for a case file: standard output fails after its first few thousand lines.
+TEST(VxCamProgram, TransformOfManyLinesToAFullStandardOutput_IsOneFileError) {
+  constexpr int kLines = 100000;
+  const auto work = std::filesystem::path(VX_BINARY_DIR) / "tests/tools/program/transform_full";
+  std::filesystem::remove_all(work);
+  std::filesystem::create_directories(work);
+  std::string input;
+  for (int i = 0; i < kLines; ++i) input += "10.5 -20.25\n";
+  const Outcome outcome = RunProgram({"transform", "examples/cameras/rc10_radial.yaml"}, input,
+                                     "en", work, {"/dev/full"});
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_EQ(outcome.err, "vxcam transform: file error: standard output: No space left on device\n");
+}
 
 }  // namespace

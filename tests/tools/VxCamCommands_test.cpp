@@ -1,6 +1,7 @@
 // The commands of vxcam, called directly as main() calls them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,7 +9,10 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <streambuf>
+#include <utility>
 
+#include "VxCamApp.h"
 #include "VxCamCommands.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
@@ -358,21 +362,6 @@ TEST_F(VxCamCommands, Plot_ScanNotSolvable_IsCheckFailedAndWritesNothing) {
   EXPECT_THAT(Files(), IsEmpty());
 }
 
-TEST_F(VxCamCommands, WriteFileAtomically_MissingFolder_IsFileErrorAndLeavesNothing) {
-  EXPECT_THROW(vxcam::WriteFileAtomically(Path("no/such/folder/x.svg"), "text"),
-               std::runtime_error);
-  EXPECT_THAT(Files(), IsEmpty());
-}
-
-TEST_F(VxCamCommands, WriteFileAtomically_ExistingTarget_IsReplacedWhole) {
-  std::ofstream(Path("x.txt")) << "a much longer old text";
-  vxcam::WriteFileAtomically(Path("x.txt"), "new");
-  std::ifstream in(Path("x.txt"));
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(text, "new");
-  EXPECT_EQ(Files(), std::vector<std::string>{"x.txt"});
-}
-
 TEST_F(VxCamCommands, Demo_WritesTheSolvedScanTheFittedCameraAndTwoPictures) {
   const CommandRun run = Call(vxcam::RunDemo, {"-o", Path("demo")});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
@@ -381,6 +370,94 @@ TEST_F(VxCamCommands, Demo_WritesTheSolvedScanTheFittedCameraAndTwoPictures) {
     EXPECT_TRUE(std::filesystem::exists(Path("demo") + "/" + name)) << name;
   EXPECT_THAT(run.out, HasSubstr("$ vxcam check"));
   EXPECT_THAT(run.out, HasSubstr(Path("demo") + "/rc10_directed8.svg\n"));
+}
+
+TEST_F(VxCamCommands, Output_EmptyPath_IsUsageErrorAndWritesNothing) {
+  const std::vector<std::pair<vxcam::TRunFunction, vxcam::TArgs>> runs = {
+      {vxcam::RunNew, {"dmc", "-o", ""}},
+      {vxcam::RunScale, {kFormula, "2", "-o", ""}},
+      {vxcam::RunPlot, {kRadial, "-o", ""}},
+      {vxcam::RunSolve, {kRadial, kScan, "-o", ""}},
+      {vxcam::RunFit, {kRadial, "--model", "formula", "-o", ""}},
+      {vxcam::RunDemo, {"-o", ""}},
+  };
+  for (const auto& [command, args] : runs) {
+    const CommandRun run = Call(command, args);
+    EXPECT_EQ(run.status, vxcam::kExitUsage) << args[0];
+    EXPECT_THAT(run.err, HasSubstr(": wrong arguments: --output: the path is empty\n")) << args[0];
+    EXPECT_THAT(run.out, IsEmpty()) << args[0];
+  }
+  EXPECT_THAT(Files(), IsEmpty());
+}
+
+TEST_F(VxCamCommands, Output_Fifo_IsFileErrorAndLeftAlone) {
+  ASSERT_EQ(::mkfifo(Path("pipe").c_str(), 0644), 0);
+  const CommandRun run = Call(vxcam::RunNew, {"dmc", "-o", Path("pipe")});
+  EXPECT_EQ(run.status, vxcam::kExitFileError);
+  EXPECT_EQ(run.err, "vxcam new: file error: cannot save '" + Path("pipe") +
+                         "': it is a FIFO (named pipe), not a regular file\n");
+  EXPECT_THAT(run.out, IsEmpty());
+  struct stat info {};
+  ASSERT_EQ(::lstat(Path("pipe").c_str(), &info), 0);
+  EXPECT_TRUE(S_ISFIFO(info.st_mode));
+  EXPECT_EQ(Files(), std::vector<std::string>{"pipe"});
+}
+
+TEST_F(VxCamCommands, Output_Symlink_WritesTheCameraThroughAndStaysALink) {
+  std::ofstream(Path("camera.yaml")) << "old";
+  ASSERT_EQ(::symlink("camera.yaml", Path("current.yaml").c_str()), 0);
+  ASSERT_EQ(Call(vxcam::RunNew, {"dmc", "-o", Path("current.yaml")}).status, vxcam::kExitSuccess);
+  struct stat info {};
+  ASSERT_EQ(::lstat(Path("current.yaml").c_str(), &info), 0);
+  EXPECT_TRUE(S_ISLNK(info.st_mode));
+  EXPECT_TRUE(vxcam::LoadCamera(Path("camera.yaml")) == CreateDefaultDMCCamera());
+}
+
+// An output that takes no character, as standard output on a full disk.
+class RefusingBuffer : public std::streambuf {
+ protected:
+  int_type overflow(int_type) override { return traits_type::eof(); }
+};
+
+TEST_F(VxCamCommands, StandardOutputThatFails_IsFileErrorNamingIt) {
+  for (const vxcam::TArgs& args : {vxcam::TArgs{kRadial}, vxcam::TArgs{"--help"}}) {
+    RefusingBuffer refusing;
+    std::istringstream in;
+    std::ostream out(&refusing);
+    std::ostringstream err;
+    vxcam::TIo io{in, out, err};
+    EXPECT_EQ(vxcam::RunShow(args, io), vxcam::kExitFileError) << args[0];
+    EXPECT_EQ(err.str(), "vxcam show: file error: standard output: Input/output error\n")
+        << args[0];
+  }
+}
+
+TEST_F(VxCamCommands, StandardOutputThatFails_StopsASaveFromBeingReportedAsDone) {
+  RefusingBuffer refusing;
+  std::istringstream in;
+  std::ostream out(&refusing);
+  std::ostringstream err;
+  vxcam::TIo io{in, out, err};
+  EXPECT_EQ(vxcam::RunNew({"dmc", "-o", Path("dmc.yaml")}, io), vxcam::kExitFileError);
+  EXPECT_THAT(err.str(), HasSubstr("standard output"));
+  // The file itself is written; only the report of it was lost.
+  EXPECT_TRUE(vxcam::LoadCamera(Path("dmc.yaml")) == CreateDefaultDMCCamera());
+}
+
+TEST(VxCamCheckOutput, FailedStream_IsFileErrorNamingStandardOutput) {
+  RefusingBuffer refusing;
+  std::istringstream in;
+  std::ostream out(&refusing);
+  std::ostringstream err;
+  vxcam::TIo io{in, out, err};
+  EXPECT_NO_THROW(vxcam::CheckOutput(io));
+  out << "line\n";
+  try {
+    vxcam::CheckOutput(io);
+    ADD_FAILURE() << "no TFileError";
+  } catch (const vxcam::TFileError& e) {
+    EXPECT_EQ(std::string(e.what()), "standard output: Input/output error");
+  }
 }
 
 TEST(VxCamFormat, DisplayWidth_CountsCharactersNotBytes) {
@@ -408,6 +485,19 @@ TEST(VxCamMain, Version_PrintsTheProjectVersion) {
   std::string out, err;
   EXPECT_EQ(CallMain({"vxcam", "--version"}, &out, &err), vxcam::kExitSuccess);
   EXPECT_THAT(out, testing::StartsWith("vxcam "));
+}
+
+TEST(VxCamMain, VersionToAStandardOutputThatFails_IsFileError) {
+  const std::vector<vxcam::TCommand> commands = {{"show", vxcam::RunShow, "vxcam.show.summary"}};
+  const std::vector<const char*> argv = {"vxcam", "--version"};
+  RefusingBuffer refusing;
+  std::istringstream in;
+  std::ostream out(&refusing);
+  std::ostringstream err;
+  vxcam::TIo io{in, out, err};
+  EXPECT_EQ(vxcam::RunMain(commands, static_cast<int>(argv.size()), argv.data(), io),
+            vxcam::kExitFileError);
+  EXPECT_EQ(err.str(), "vxcam: file error: standard output: Input/output error\n");
 }
 
 TEST(VxCamMain, UnknownCommand_IsUsageError) {

@@ -54,7 +54,8 @@ int RunDemo(const TArgs& args, TIo& io) {
         app.add_option("--examples", examples, Text("vxcam.opt.examples"))
             ->option_text(Text("vxcam.help.folder"));
         app.add_option("-o,--output", outDir, Text("vxcam.opt.output_folder"))
-            ->option_text(Text("vxcam.help.folder"));
+            ->option_text(Text("vxcam.help.folder"))
+            ->check(NonEmptyPath());
       },
       [&] {
         std::error_code error;

@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "VxAtomicFile.h"
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamPlot.h"
@@ -27,7 +28,7 @@ int RunPlot(const TArgs& args, TIo& io) {
           scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath, options);
         const std::string svg = WithContentOf(
             cameraPath, [&] { return PlotCameraSvg(camera, scan ? &*scan : nullptr); });
-        WriteFileAtomically(outputPath, svg);
+        VxSaveFileAtomically(outputPath, svg);
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

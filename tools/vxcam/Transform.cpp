@@ -97,6 +97,8 @@ class TPointWriter {
     where_.clear();
     rest_.clear();
     io_.out.flush();
+    // Standard output that fails (a full disk, /dev/full) stops the run here, not at the end.
+    CheckOutput(io_);
   }
 
   // Ends the JSON document; the status of the whole run.

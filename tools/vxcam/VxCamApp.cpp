@@ -1,12 +1,17 @@
 #include "VxCamApp.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <iostream>
 #include <new>
 
+#include <streambuf>
 #include "VxCamNumbers.h"
 #include "VxCamParseErrors.h"
+
+#include "VxAtomicFile.h"
 #include "VxCamText.h"
 #include "VxCameraUtils.h"
 #include "VxXIni.h"
@@ -40,12 +45,84 @@ int Report(TIo& io, const std::string& command, const char* kindKey, const std::
   return status;
 }
 
+// Stands between io.out and its buffer while a command runs and keeps the errno of the first
+// write that failed, which is long gone when the failure is noticed. Unbuffered itself, so that
+// the buffer below (line buffered on a terminal) decides when text appears.
+class TWatchedOutput : public std::streambuf {
+ public:
+  explicit TWatchedOutput(std::ostream& out) : out_(out), inner_(out.rdbuf()) {
+    const std::ios::iostate state = out_.rdstate();
+    out_.rdbuf(this);
+    out_.setstate(state);
+  }
+  ~TWatchedOutput() override {
+    const std::ios::iostate state = out_.rdstate();
+    out_.rdbuf(inner_);
+    out_.setstate(state);
+  }
+  TWatchedOutput(const TWatchedOutput&) = delete;
+  TWatchedOutput& operator=(const TWatchedOutput&) = delete;
+
+  // The errno of the first failed write, or 0.
+  int Error() const { return error_; }
+
+ protected:
+  int_type overflow(int_type c) override {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    errno = 0;
+    const int_type result = inner_ ? inner_->sputc(traits_type::to_char_type(c)) : c;
+    if (traits_type::eq_int_type(result, traits_type::eof())) Remember();
+    return result;
+  }
+  std::streamsize xsputn(const char* text, std::streamsize n) override {
+    errno = 0;
+    const std::streamsize written = inner_ ? inner_->sputn(text, n) : n;
+    if (written != n) Remember();
+    return written;
+  }
+  int sync() override {
+    errno = 0;
+    const int result = inner_ ? inner_->pubsync() : 0;
+    if (result != 0) Remember();
+    return result;
+  }
+
+ private:
+  void Remember() {
+    if (error_ == 0) error_ = errno != 0 ? errno : EIO;
+  }
+
+  std::ostream& out_;
+  std::streambuf* inner_;
+  int error_ = 0;
+};
+
+// Flushes io.out and returns `status`, or reports that standard output failed and returns the
+// status of a file error.
+int FinishOutput(TIo& io, const std::string& command, int status) {
+  io.out.flush();
+  try {
+    CheckOutput(io);
+  } catch (const TFileError& e) {
+    return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
+  }
+  return status;
+}
+
 }  // namespace
+
+void CheckOutput(TIo& io) {
+  if (io.out) return;
+  const auto* watch = dynamic_cast<const TWatchedOutput*>(io.out.rdbuf());
+  const int error = watch != nullptr && watch->Error() != 0 ? watch->Error() : EIO;
+  throw TFileError(Text("vxcam.text.standard_output") + ": " + std::strerror(error));
+}
 
 int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo& io,
                const std::function<void(CLI::App&)>& define, const std::function<int()>& act) {
   ApplyLanguageOption(args);
   const std::string command = std::string("vxcam ") + name;
+  const TWatchedOutput watch(io.out);
   CLI::App app(Text(summaryKey), command);
   LocaliseHelp(app);
   std::string language;
@@ -58,14 +135,20 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
     std::string help = app.help();
     while (help.size() > 1 && help[help.size() - 2] == '\n') help.pop_back();
     io.out << help;
-    return kExitSuccess;
+    return FinishOutput(io, command, kExitSuccess);
   } catch (const CLI::ParseError& e) {
     Report(io, command, "vxcam.error.usage", LocaliseParseError(e.what()), kExitUsage);
     io.err << Text("vxcam.error.see_help") << ' ' << command << " --help\n";
     return kExitUsage;
   }
   try {
-    return act();
+    // What a command wrote is checked when it is done; a command that streams checks each line
+    // itself (CheckOutput) and stops at the first that fails. When a command fails otherwise, its
+    // own error is the one reported.
+    const int status = act();
+    io.out.flush();
+    CheckOutput(io);
+    return status;
   } catch (const TUsageError& e) {
     Report(io, command, "vxcam.error.usage", e.what(), kExitUsage);
     io.err << Text("vxcam.error.see_help") << ' ' << command << " --help\n";
@@ -75,6 +158,8 @@ int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo&
   } catch (const TVxXIniWriteError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TFileError& e) {
+    return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
+  } catch (const TVxFileSaveError& e) {
     return Report(io, command, "vxcam.error.file", e.what(), kExitFileError);
   } catch (const TNotSolvedError& e) {
     return Report(io, command, "vxcam.error.not_solved", e.what(), kExitCheckFailed);
@@ -105,8 +190,16 @@ void AddJsonFlag(CLI::App& app, bool& json) {
 
 void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKey, bool required) {
   auto* option = app.add_option("-o,--output", path, Text(descriptionKey));
-  option->option_text(Text("vxcam.help.file"));
+  option->option_text(Text("vxcam.help.file"))->check(NonEmptyPath());
   if (required) option->required();
+}
+
+CLI::Validator NonEmptyPath() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        return text.empty() ? Text("vxcam.error.empty_path") : std::string();
+      },
+      "", "PATH");
 }
 
 CLI::Validator PositiveNumber() {
@@ -163,6 +256,7 @@ int MainUsageError(TIo& io, const std::string& detail) {
 
 int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* argv, TIo& io) {
   ApplyLanguageFromEnvironment();
+  const TWatchedOutput watch(io.out);
   const TArgs all(argv + std::min(argc, 1), argv + argc);
   std::size_t i = 0;
   for (; i < all.size() && !all[i].empty() && all[i][0] == '-'; ++i) {
@@ -170,11 +264,11 @@ int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* 
     if (option == "-h" || option == "--help") {
       ApplyLanguageOption(all);
       PrintMainHelp(commands, io.out);
-      return kExitSuccess;
+      return FinishOutput(io, "vxcam", kExitSuccess);
     }
     if (option == "--version") {
       io.out << "vxcam " << VXCAM_VERSION << '\n';
-      return kExitSuccess;
+      return FinishOutput(io, "vxcam", kExitSuccess);
     }
     const bool withValue = option == "--lang" && i + 1 < all.size();
     const std::string value = withValue                         ? all[i + 1]

@@ -18,7 +18,8 @@ class TUsageError : public std::runtime_error {
 };
 
 // A file that cannot be read or written, named in the message. Exit 3. (The settings reader's
-// and writer's own errors, which name file, line, column and key, count as file errors too.)
+// and writer's own errors, which name file, line, column and key, and TVxFileSaveError of a save
+// count as file errors too.)
 class TFileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -41,7 +42,8 @@ class TNotSolvedError : public std::runtime_error {
 // Runs one command: a CLI11 application named "vxcam <name>" with the summary text of
 // `summaryKey`, the options --help and --lang, and what `define` adds; then `act`. Help goes to
 // io.out with status 0; a parse error, and the errors above, go to io.err as one message with
-// their status.
+// their status. When `act` returns, or help was written, io.out is flushed; if any write to it
+// failed, that is reported as a file error of standard output with status 3.
 int RunCommand(const char* name, const char* summaryKey, const TArgs& args, TIo& io,
                const std::function<void(CLI::App&)>& define, const std::function<int()>& act);
 
@@ -62,6 +64,15 @@ CLI::Validator PositiveNumber();
 // Accepts a finite decimal number, as the settings files hold them; refuses hexadecimal, nan,
 // inf and numbers beyond the range of double with a localised message.
 CLI::Validator FiniteNumber();
+// Refuses an empty path ("-o ''") with a localised message.
+CLI::Validator NonEmptyPath();
+
+// Throws TFileError "standard output: <reason>" (localised) if a write to io.out has failed, so
+// that a command stops instead of computing what nobody can read. A command that writes line by
+// line calls it after each line; RunCommand flushes io.out and calls it after every command, so
+// that a full disk, /dev/full or a closed terminal gives exit status 3 instead of 0. It does not
+// flush: a failure shows once the buffer of io.out is written out.
+void CheckOutput(TIo& io);
 
 // Tells the user on io.out that `path` was written.
 void ReportWritten(TIo& io, const std::string& path);

@@ -7,7 +7,8 @@
 //   0 success, 1 check not passed (or not solved), 2 usage, 3 file error, 4 invalid content.
 // Texts for people are resource texts ("vxcam.*" keys) in the language in force (VX_LANG or
 // --lang). No command leaves a partial output file behind: files are written to a temporary
-// file in the target's folder and renamed over the target.
+// file in the target's folder and renamed over the target (VxSaveFileAtomically), and a failed
+// write to standard output is a file error as well.
 
 #include <iosfwd>
 #include <string>

@@ -1,6 +1,5 @@
 #include "VxCamFiles.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,56 +41,14 @@ void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path)
   writer.SaveFile(path);
 }
 
-namespace {
-
-[[noreturn]] void ThrowFileError(const std::string& path, int error) {
-  throw TFileError(path + ": " + std::strerror(error));
-}
-
-bool WriteAll(int fd, const std::string& text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
-}  // namespace
-
-void WriteFileAtomically(const std::string& path, const std::string& text) {
-  const std::filesystem::path target(path);
-  const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-  std::string temporary = (folder / ("." + target.filename().string() + ".XXXXXX")).string();
-  const int fd = ::mkstemp(temporary.data());
-  if (fd < 0) ThrowFileError(path, errno);
-  // The new file gets the usual permissions of a created file rather than mkstemp's 0600.
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  const bool written = ::fchmod(fd, 0666 & ~mask) == 0 && WriteAll(fd, text) && ::fsync(fd) == 0;
-  const int writeError = errno;
-  if (::close(fd) != 0 || !written) {
-    const int error = written ? errno : writeError;
-    ::unlink(temporary.c_str());
-    ThrowFileError(path, error);
-  }
-  if (::rename(temporary.c_str(), path.c_str()) != 0) {
-    const int error = errno;
-    ::unlink(temporary.c_str());
-    ThrowFileError(path, error);
-  }
-}
-
 void CheckStandardInput(const std::istream& in) {
   if (&in != &std::cin) return;
   struct stat info {};
   if (::fstat(STDIN_FILENO, &info) != 0) {
-    throw TFileError(Text("vxcam.text.stdin") + ": " + std::strerror(errno));
+    throw TFileError(Text("vxcam.text.standard_input") + ": " + std::strerror(errno));
   }
   if (S_ISDIR(info.st_mode)) {
-    throw TFileError(Text("vxcam.text.stdin") + ": " + Text("vxcam.error.is_folder"));
+    throw TFileError(Text("vxcam.text.standard_input") + ": " + Text("vxcam.error.is_folder"));
   }
 }
 

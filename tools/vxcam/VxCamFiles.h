@@ -1,6 +1,7 @@
 #pragma once
 // Reading and writing the files of the tool: cameras and measurements through the settings
-// reader and writer, other texts atomically, and where the bundled examples lie.
+// reader and writer, and where the bundled examples lie. Other texts are saved with
+// VxSaveFileAtomically.
 
 #include <iosfwd>
 #include <string>
@@ -19,10 +20,6 @@ TVxIntOrMeas LoadMeasurements(const std::string& path);
 void SaveCamera(const TVxCameraInfo& camera, const std::string& path);
 // Saves interior orientation measurements into the root section of a settings file, atomically.
 void SaveMeasurements(const TVxIntOrMeas& measurements, const std::string& path);
-
-// Writes `text` to `path` through a temporary file in the same folder that is renamed over the
-// target; on failure the target is as it was and TFileError names the path and the reason.
-void WriteFileAtomically(const std::string& path, const std::string& text);
 
 // When `in` is the program's standard input: refuses one that is closed or a folder, which
 // would otherwise read as empty input. TFileError names it.

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "VxCamCommands.h"
+#include "VxCamSignals.h"
 
 int main(int argc, char** argv) {
   const std::vector<vxcam::TCommand> commands = {
@@ -19,6 +20,7 @@ int main(int argc, char** argv) {
   // The standard streams buffer on their own: standard input tells how much it holds, so that
   // transform writes its results whenever the input pauses rather than after every line.
   std::ios::sync_with_stdio(false);
+  vxcam::HandleSignalsDuringSaves();
   vxcam::TIo io{std::cin, std::cout, std::cerr};
   return vxcam::RunMain(commands, argc, argv, io);
 }

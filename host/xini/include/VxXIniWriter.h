@@ -64,10 +64,12 @@ class VXXINI_EXPORT TVxXIniWriter {
 
   // The settings text of everything written so far, sections not yet ended included.
   std::string ToText() const;
-  // Saves ToText() to `path` atomically: the text goes to a new temporary file in the target's
-  // folder, is flushed to disk and renamed over the target (which keeps its permissions). On any
-  // failure the temporary file is removed, an existing target is left byte for byte as it was, and
-  // TVxXIniWriteError names the path and the reason.
+  // Saves ToText() to `path` atomically with VxSaveFileAtomically (VxAtomicFile.h): the text goes
+  // to a new temporary file in the target's folder, is flushed to disk and renamed over the
+  // target, which keeps its permissions. A symbolic link is written through to the file it names
+  // and stays a link; a read-only file and anything that is not a regular file are refused. On
+  // any failure the temporary file is removed, an existing target is left byte for byte as it
+  // was, and TVxXIniWriteError names the path and the reason.
   void SaveFile(const std::string& path) const;
 
   // --- Failure injection (tests of savers) ---

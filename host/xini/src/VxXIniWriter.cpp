@@ -1,18 +1,12 @@
 #include "VxXIniWriter.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
 #include <cstdint>
 #include <string>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "VxAtomicFile.h"
 #include "XIniNumbers.h"
 #include "XIniScalars.h"
 
@@ -129,8 +123,6 @@ class TLayout {
   const std::vector<TNode>& nodes_;
   std::string out_;
 };
-
-std::atomic<unsigned> g_temporaryCounter{0};
 
 }  // namespace
 
@@ -278,76 +270,10 @@ std::string TVxXIniWriter::ToText() const {
 
 void TVxXIniWriter::SaveFile(const std::string& path) const {
   const std::string text = ToText();
-  const std::size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string(".")
-                             : slash == 0               ? std::string("/")
-                                                        : path.substr(0, slash);
-  const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
-  std::string temporary;
-  const auto fail = [&path, &temporary](const std::string& step, int error) {
-    if (!temporary.empty()) {
-      ::unlink(temporary.c_str());
-    }
-    throw TVxXIniWriteError("cannot save '" + path + "': " + step + ": " +
-                            std::generic_category().message(error));
-  };
-  if (base.empty()) {
-    fail("no file name", EISDIR);
-  }
-
-  int fd = -1;
-  for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-    const std::string candidate =
-        JoinPath(folder, "." + base + ".tmp-" + std::to_string(::getpid()) + "-" +
-                             std::to_string(g_temporaryCounter++));
-    fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0) {
-      temporary = candidate;
-    } else if (errno != EEXIST) {
-      fail("cannot create a temporary file in '" + folder + "'", errno);
-    }
-  }
-  if (fd < 0) {
-    fail("cannot create a temporary file in '" + folder + "'", EEXIST);
-  }
-  // The saved file keeps the permissions of the file it replaces.
-  struct stat info {};
-  if (::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
-    ::fchmod(fd, info.st_mode & 07777);
-  }
-  const auto failOpen = [&](const std::string& step) {
-    const int error = errno;
-    ::close(fd);
-    fail(step, error);
-  };
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n <= 0) {
-      if (n == 0) {
-        errno = EIO;
-      }
-      failOpen("writing the temporary file failed");
-    }
-    written += static_cast<std::size_t>(n);
-  }
-  if (::fsync(fd) != 0) {
-    failOpen("flushing the temporary file failed");
-  }
-  if (::close(fd) != 0) {
-    fail("closing the temporary file failed", errno);
-  }
-  if (::rename(temporary.c_str(), path.c_str()) != 0) {
-    fail("replacing the file failed", errno);
-  }
-  // Make the rename itself durable; the file is in place whether or not this succeeds.
-  const int folderFd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folderFd >= 0) {
-    ::fsync(folderFd);
-    ::close(folderFd);
+  try {
+    VxSaveFileAtomically(path, text);
+  } catch (const TVxFileSaveError& error) {
+    throw TVxXIniWriteError(error.what());
   }
 }
 

@@ -122,14 +122,13 @@ TEST_F(VxXIniSaveFile, FailedWriteLeavesTheTargetByteForByteAndNoTemporaryFile) 
   EXPECT_EQ(FilesIn(folder_), std::vector<std::string>{"camera.yaml"});
 }
 
-TEST_F(VxXIniSaveFile, FailedRenameLeavesTheTargetAndNoTemporaryFile) {
-  // A folder in the target's place cannot be replaced by a file.
+TEST_F(VxXIniSaveFile, FolderInTheTargetsPlaceIsRefusedAndLeftAlone) {
   const std::string path = folder_ + "/camera.yaml";
   ASSERT_EQ(::mkdir(path.c_str(), 0755), 0);
   TVxXIniWriter writer;
   writer.WriteS("a", 1);
   const std::string message = WriteErrorOf([&] { writer.SaveFile(path); });
-  EXPECT_EQ(message, "cannot save '" + path + "': replacing the file failed: Is a directory");
+  EXPECT_EQ(message, "cannot save '" + path + "': it is a folder, not a regular file");
   struct stat info {};
   ASSERT_EQ(::stat(path.c_str(), &info), 0);
   EXPECT_TRUE(S_ISDIR(info.st_mode));
