@@ -167,7 +167,22 @@ TEST_F(VxCamCommands, Check_TwoMarksMissing_IsReadyWithTheWarning) {
   EXPECT_EQ(run.status, vxcam::kExitSuccess);
   const auto json = nlohmann::json::parse(run.out);
   EXPECT_TRUE(json["ready"].get<bool>());
-  EXPECT_EQ(json["warning"], "Not all fiducial marks of the camera have been measured.");
+  EXPECT_EQ(json["warning"]["text"], "Not all fiducial marks of the camera have been measured.");
+  EXPECT_EQ(json["warning"]["key"], "global.Warn_NotAllFidMeasured");
+  EXPECT_TRUE(json["reason"].is_null());
+}
+
+// The key stays the same in every language: programs read it rather than the text.
+TEST_F(VxCamCommands, Check_Json_KeyOfTheReasonIsTheSameInEveryLanguage) {
+  const std::string unknown = kExamples + "/measurements/rc10_scan_unknown_mark.yaml";
+  const auto english =
+      nlohmann::json::parse(Call(vxcam::RunCheck, {kRadial, unknown, "--json"}).out);
+  ScopedResLanguage german("de");
+  const auto deutsch =
+      nlohmann::json::parse(Call(vxcam::RunCheck, {kRadial, unknown, "--json"}).out);
+  EXPECT_EQ(english["reason"]["key"], "global.Err_FidMeasMismatchCamera");
+  EXPECT_EQ(deutsch["reason"]["key"], english["reason"]["key"]);
+  EXPECT_NE(deutsch["reason"]["text"], english["reason"]["text"]);
 }
 
 TEST_F(VxCamCommands, Check_UnknownMark_IsNotReadyWithTheReason) {

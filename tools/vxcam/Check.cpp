@@ -4,6 +4,7 @@
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
 #include "VxCamText.h"
+#include "VxResources.h"
 
 namespace vxcam {
 namespace {
@@ -31,12 +32,30 @@ void WriteResult(std::ostream& out, const TCheckResult& result) {
   WriteRows(out, rows);
 }
 
+// The resource key whose text in the language in force is `message`: the checks answer with the
+// text alone, and programs want the key, which stays the same in every language.
+std::string KeyOfMessage(const std::string& message, const char* prefix) {
+  for (const std::string& key : VxResKeys("VxCameraUtils", VxGetResLanguage())) {
+    const std::string* text = nullptr;
+    if (key.rfind(prefix, 0) == 0 && LoadResString("VxCameraUtils", key, &text) &&
+        *text == message) {
+      return key;
+    }
+  }
+  return std::string();
+}
+
+// {"key": ..., "text": ...} as solve writes its warnings, or null.
+nlohmann::ordered_json Message(const std::string& message, const char* prefix, bool present) {
+  if (!present || message.empty()) return nlohmann::ordered_json();
+  return {{"key", KeyOfMessage(message, prefix)}, {"text", message}};
+}
+
 nlohmann::ordered_json ResultToJson(const TCheckResult& result) {
-  nlohmann::ordered_json json = {{"consistent", result.consistent}, {"ready", result.ready}};
-  json["reason"] = result.ready ? nlohmann::ordered_json() : nlohmann::ordered_json(result.message);
-  json["warning"] = result.ready && !result.message.empty() ? nlohmann::ordered_json(result.message)
-                                                            : nlohmann::ordered_json();
-  return json;
+  return {{"consistent", result.consistent},
+          {"ready", result.ready},
+          {"reason", Message(result.message, "global.Err_", !result.ready)},
+          {"warning", Message(result.message, "global.Warn_", result.ready)}};
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -26,6 +27,12 @@ TVxIntOrMeas LoadMeasurements(const std::string& path) {
   const auto reader = TVxXIniReader::FromFile(path);
   TVxIntOrMeas measurements;
   measurements.LoadE(reader.get());
+  // The record takes a word it does not know as "not measured"; a person who wrote a word meant
+  // one, so the tool names it rather than report a scan that was never measured.
+  if (static_cast<std::int32_t>(measurements.cameraType) == 0 &&
+      !reader->Read<std::string>(reader->FindF("camera_type", 0), "").empty()) {
+    reader->throw_error_valueS("camera_type");
+  }
   return measurements;
 }
 

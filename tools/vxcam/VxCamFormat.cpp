@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "VxCamText.h"
+#include "VxEOL.h"
 
 namespace vxcam {
 
@@ -326,7 +327,8 @@ nlohmann::ordered_json DistortionToJson(const TVxCameraDistortion& distortion) {
 nlohmann::ordered_json CameraToJson(const TVxCameraInfo& camera) {
   nlohmann::ordered_json json = {{"name", camera.name},
                                  {"calibration_date", camera.calibrationDate},
-                                 {"description", camera.description},
+                                 // Line ends as in the file, whatever the record holds in memory.
+                                 {"description", VxNormalizeEOL(camera.description, TEOLType::LF)},
                                  {"camera_type", CameraTypeToTextE(camera.cameraType, "")},
                                  {"focus", camera.focus},
                                  {"principal_point", PointToJson(camera.principalPoint)}};
