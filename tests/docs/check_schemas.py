@@ -80,7 +80,7 @@ class Schemas:
     def errors(self, kind, data):
         """The validation errors as 'path: message' lines, best match first."""
         found = sorted(self.validator(kind).iter_errors(data), key=jsonschema.exceptions.relevance)
-        return ["/".join(str(p) for p in error.absolute_path) + ": " + error.message
+        return [("/".join(str(p) for p in error.absolute_path) or "(top)") + ": " + error.message
                 for error in reversed(found)]
 
 
