@@ -2,7 +2,7 @@
 # Installs the build into a scratch prefix and builds a small consumer against it: with
 # find_package(VxCameraUtils), without a C++ standard of its own, by the build's compiler and by
 # clang (whose default, C++14 in Debian 12, is older than the library needs), and with
-# pkg-config. Every consumer must run. The installed tool must come with its man pages.
+# pkg-config. Every consumer must run. The licence is installed, and the tool with its man pages.
 set -euo pipefail
 build=$1 consumer=$2 work=$3 cxx=$4
 rm -rf "$work"
@@ -20,6 +20,8 @@ if command -v clang++ >/dev/null; then
   cmake --build "$work/cmake-consumer-clang" >/dev/null
   "$work/cmake-consumer-clang/consumer"
 fi
+
+[ -s "$work/prefix/share/doc/VxCameraUtils/LICENSE" ] || { echo "share/doc/VxCameraUtils/LICENSE not installed" >&2; exit 1; }
 
 if [ -e "$work/prefix/bin/vxcam" ]; then
   for page in vxcam.1 vxcam-show.1; do
