@@ -98,7 +98,7 @@ TReference ReadReference() {
     if (table.empty()) continue;
     TKeyTable& rows = reference.tables[table];
     std::size_t k = i + 3;  // past the marker, the header and the separator
-    for (; k < lines.size() && lines[k].rfind("|", 0) == 0; ++k) {
+    for (; k < lines.size() && lines[k].rfind('|', 0) == 0; ++k) {
       const std::vector<std::string> cells = Cells(lines[k]);
       const std::string where = std::string(kPage) + ":" + std::to_string(k + 1);
       if (cells.size() < 6) throw std::runtime_error(where + ": a key row needs six columns");
@@ -422,9 +422,8 @@ TEST(FileReference, ColumnRequiredSaysWhetherTheLoaderNeedsTheKey) {
       const bool loads = Loads(example.kind, Without(example.text, path));
       EXPECT_EQ(loads, !row->required)
           << kPage << ":" << row->line << ": " << path << " is marked Required "
-          << (row->required ? "yes" : "no") << ", but the " << example.kind
-          << " example of line " << example.line << (loads ? " loads" : " does not load")
-          << " without it";
+          << (row->required ? "yes" : "no") << ", but the " << example.kind << " example of line "
+          << example.line << (loads ? " loads" : " does not load") << " without it";
       ++checked;
     }
   }
