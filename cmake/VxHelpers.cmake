@@ -23,7 +23,8 @@ endif()
 
 # vx_add_library(<name> SOURCES ... [INCLUDE_DIR dir] [PUBLIC_DEPS ...] [PRIVATE_DEPS ...])
 # A shared library with hidden symbols, a generated <name>_export.h with the macro
-# <NAME>_EXPORT, a versioned SONAME, and an install rule for its exported headers.
+# <NAME>_EXPORT, a versioned SONAME, C++17 required of its users, and an install rule for its
+# exported headers.
 function(vx_add_library name)
   cmake_parse_arguments(ARG "" "INCLUDE_DIR" "SOURCES;PUBLIC_DEPS;PRIVATE_DEPS" ${ARGN})
   if(NOT ARG_INCLUDE_DIR)
@@ -33,6 +34,8 @@ function(vx_add_library name)
   add_library(VxCameraUtils::${name} ALIAS ${name})
   vx_configure_library(${name} "${ARG_INCLUDE_DIR}")
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
+  # The exported headers are C++17: users get the requirement with the target.
+  target_compile_features(${name} PUBLIC cxx_std_17)
   set_property(GLOBAL APPEND PROPERTY VX_PKGCONFIG_LIBS ${name})
   install(TARGETS ${name} EXPORT VxCameraUtilsTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

@@ -32,3 +32,7 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/VxCameraUtils.pc.in"
   "${PROJECT_BINARY_DIR}/VxCameraUtils.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/VxCameraUtils.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# The licence, the changelog and the README beside the installed files.
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}")

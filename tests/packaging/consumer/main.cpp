@@ -4,6 +4,9 @@
 #include "VxCameraInfo.h"
 #include "VxCameraUtils.h"
 
+// Built without a standard of its own: the library's targets must have asked for C++17.
+static_assert(__cplusplus >= 201703L, "VxCameraUtils needs C++17 and its targets say so");
+
 int main() {
   Init_VxCameraUtils();
   const TVxCameraInfo dmc = CreateDefaultDMCCamera();
