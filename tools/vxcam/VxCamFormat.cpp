@@ -148,15 +148,19 @@ std::string Micrometres(double mm) {
   return FormatNumber(mm * 1000.0, 4);
 }
 
+// The directions of a directed table's four columns, in stored order: the axes feed dr[0..3] to
+// +y, -y, -x, +x; the diagonals to 135, 315, 225 and 45 degrees.
+const char* const kAxisColumns[] = {"+y", "-y", "-x", "+x"};
+const char* const kDiagonalColumns[] = {"135°", "315°", "225°", "45°"};
+
 void AddTableRows(TRows& rows, int indent,
                   const std::vector<TVxCameraDistortion::T4Direction>& table,
-                  const char* headingKey) {
+                  const char* headingKey, const char* const (&directions)[4]) {
   rows.push_back({indent, Text(headingKey), ""});
   const std::string um = " [" + UnitsCamMkmUserTextAbbr() + "]";
-  rows.push_back({indent + 1, "",
-                  Columns({"r [" + UnitsCamMmUserTextAbbr() + "]", "dr0" + um, "dr1" + um,
-                           "dr2" + um, "dr3" + um},
-                          kTableColumn)});
+  std::vector<std::string> heading{"r [" + UnitsCamMmUserTextAbbr() + "]"};
+  for (const char* direction : directions) heading.push_back(std::string(direction) + um);
+  rows.push_back({indent + 1, "", Columns(heading, kTableColumn)});
   for (const auto& row : table) {
     std::vector<std::string> cells{FormatNumber(row.r)};
     for (double dr : row.dr) cells.push_back(Micrometres(dr));
@@ -201,6 +205,16 @@ TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
   const std::string mm = UnitsCamMmUserTextAbbr();
   rows.push_back({indent + 1, Text("vxcam.label.sense"),
                   TVxCameraDistortion::DirectionToUserText(distortion.direction)});
+  const bool tables = distortion.type == TDistortionType::Radial ||
+                      distortion.type == TDistortionType::Directed4Plus ||
+                      distortion.type == TDistortionType::Directed4X ||
+                      distortion.type == TDistortionType::Directed8;
+  if (tables) {
+    rows.push_back({indent + 1, Text("vxcam.label.table_values"),
+                    Text(distortion.direction == TVxCameraDistortion::TDirection::CamToMm
+                             ? "vxcam.text.dr_correction"
+                             : "vxcam.text.dr_distortion")});
+  }
   rows.push_back(
       {indent + 1, Text("vxcam.label.symmetry_point"), FormatPoint(distortion.symmetryPoint, mm)});
   const auto coefficients = DistortionCoefficients(distortion);
@@ -225,9 +239,9 @@ TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
   }
   const auto type = distortion.type;
   if (type == TDistortionType::Directed4Plus || type == TDistortionType::Directed8)
-    AddTableRows(rows, indent + 1, distortion.table4Plus, "vxcam.label.table_plus");
+    AddTableRows(rows, indent + 1, distortion.table4Plus, "vxcam.label.table_plus", kAxisColumns);
   if (type == TDistortionType::Directed4X || type == TDistortionType::Directed8)
-    AddTableRows(rows, indent + 1, distortion.table4X, "vxcam.label.table_x");
+    AddTableRows(rows, indent + 1, distortion.table4X, "vxcam.label.table_x", kDiagonalColumns);
   return rows;
 }
 
