@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "VxCamApp.h"
+#include "VxCamField.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
-#include "VxCamPointChain.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
 
@@ -43,32 +43,6 @@ void ChooseDisc(const TVxCameraInfo& camera, double radiusOption, TFit* fit) {
     fit->radiusKey = "vxcam.fit.radius_half_focus";
     fit->radiusSource = "half_focal_length";
   }
-}
-
-// How far from the symmetry point the calibration reaches, and by what: the farthest fiducial
-// mark, the sensor's corner, a table's last row; 0 where the camera says nothing.
-std::pair<double, const char*> CalibratedField(const TVxCameraInfo& camera) {
-  double reach = 0.0;
-  const char* by = "";
-  const vec_t_<double, 2> centre = camera.distortion.symmetryPoint;
-  for (const auto& mark : camera.fiducials) {
-    const double r = (mark.coordsCam - centre).Length();
-    if (r > reach) reach = r, by = "vxcam.fit.field_fiducial";
-  }
-  if (camera.cameraType == TCameraType::Digital) {
-    const double r = std::hypot(static_cast<double>(camera.sensorDims.x) * camera.pixelSize.x,
-                                static_cast<double>(camera.sensorDims.y) * camera.pixelSize.y) /
-                     2.0;
-    if (r > reach) reach = r, by = "vxcam.fit.field_sensor";
-  }
-  if (const std::optional<double> last = CalibratedRadius(camera); last && *last > reach) {
-    reach = *last, by = "vxcam.fit.field_table";
-  }
-  return {reach, by};
-}
-
-void Warn(TIo& io, const std::string& text) {
-  io.err << "vxcam fit: " << Text("vxcam.text.warning") << ": " << text << '\n';
 }
 
 TFit Fit(const TVxCameraInfo& camera, TDistortionType model, double radius,
@@ -126,11 +100,12 @@ int RunFit(const TArgs& args, TIo& io) {
         // An exact conversion samples nothing; a fit samples the disc the library chose.
         if (fit.maxDeviation != 0.0) ChooseDisc(camera, radius, &fit);
         if (radius > 0.0 && CalibratedRadius(camera))
-          Warn(io, Text("vxcam.warning.radius_ignored"));
-        const auto [reach, by] = CalibratedField(camera);
+          ReportWarning(io, "fit", Text("vxcam.warning.radius_ignored"));
+        const auto [reach, by] = CalibratedReach(camera);
         if (fit.radius > 0.0 && reach > fit.radius) {
-          Warn(io, Text("vxcam.warning.disc_short") + " " + FormatNumber(reach) + " " +
-                       UnitsCamMmUserTextAbbr() + " (" + Text(by) + ")");
+          ReportWarning(io, "fit",
+                        Text("vxcam.warning.disc_short") + " " + FormatNumber(reach) + " " +
+                            UnitsCamMmUserTextAbbr() + " (" + Text(by) + ")");
         }
         if (json)
           WriteJson(io.out, {{"radius_mm", fit.radius},

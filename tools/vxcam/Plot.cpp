@@ -3,6 +3,7 @@
 #include "VxAtomicFile.h"
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
+#include "VxCamPlausibility.h"
 #include "VxCamPlot.h"
 #include "VxCamText.h"
 
@@ -23,6 +24,9 @@ int RunPlot(const TArgs& args, TIo& io) {
       },
       [&] {
         const TVxCameraInfo camera = LoadCamera(cameraPath);
+        for (const std::string& warning : PlausibilityWarnings(camera)) {
+          ReportWarning(io, "plot", warning);
+        }
         std::optional<TSolvedScan> scan;
         if (!measurementsPath.empty())
           scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath, options);

@@ -3,6 +3,7 @@
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
+#include "VxCamPlausibility.h"
 #include "VxCamText.h"
 
 namespace vxcam {
@@ -18,6 +19,9 @@ int RunShow(const TArgs& args, TIo& io) {
       },
       [&] {
         const TVxCameraInfo camera = LoadCamera(cameraPath);
+        for (const std::string& warning : PlausibilityWarnings(camera)) {
+          ReportWarning(io, "show", warning);
+        }
         if (json)
           WriteJson(io.out, CameraToJson(camera));
         else

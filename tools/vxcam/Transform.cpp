@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "VxCamApp.h"
+#include "VxCamField.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
 #include "VxCamNumbers.h"

@@ -222,6 +222,11 @@ CLI::Validator FiniteNumber() {
       "", "NUMBER");
 }
 
+void ReportWarning(TIo& io, const char* command, const std::string& text) {
+  io.err << "vxcam " << command << ": " << Text("vxcam.text.warning") << ": "
+         << EscapeControlCharacters(text) << '\n';
+}
+
 void ReportWritten(TIo& io, const std::string& path) {
   io.out << Text("vxcam.text.written") << ' ' << path << '\n';
 }

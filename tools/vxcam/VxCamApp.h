@@ -77,6 +77,9 @@ void CheckOutput(TIo& io);
 // Tells the user on io.out that `path` was written.
 void ReportWritten(TIo& io, const std::string& path);
 
+// Writes "vxcam <command>: warning: <text>" (localised) to io.err.
+void ReportWarning(TIo& io, const char* command, const std::string& text);
+
 // Calls `build` and turns what the library throws for bad content into TContentError naming
 // `path`. Errors of the settings files pass on unchanged.
 template <class F>

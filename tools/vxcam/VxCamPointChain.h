@@ -1,10 +1,8 @@
 #pragma once
 // The maps that `vxcam transform` applies to points, built from its options: camera
 // coordinates to corrected millimetres and back, optionally from the pixels of a scan through its
-// solved interior orientation. Where a point lies in the camera system is kept, so that points
-// outside the calibrated field can be told.
-
-#include <optional>
+// solved interior orientation, with the map to camera coordinates beside it, so that points outside
+// the calibrated field can be told.
 
 #include "VxCameraInfo.h"
 #include "VxIntOrSolve.h"
@@ -28,10 +26,5 @@ TransformHandle CreateMmToCamTransform(const TVxCameraInfo& camera);
 // The chain of `vxcam transform`: camera -> mm; with `inverse` mm -> camera; with a solved scan,
 // pixels -> camera -> mm, or with `inverse` mm -> camera -> pixels.
 TPointChain MakePointChain(const TVxCameraInfo& camera, const TVxIntOrSolution* scan, bool inverse);
-
-// The radius around the symmetry point that the camera's calibration covers: the last row of its
-// tables (the larger of the two for Directed8); nothing for models without tables, which do not
-// say.
-std::optional<double> CalibratedRadius(const TVxCameraInfo& camera);
 
 }  // namespace vxcam
