@@ -208,6 +208,33 @@ TEST(SolveWarnings, AScaleWithinOnePercentOrWithoutResolutionIsNotReported) {
   EXPECT_TRUE(solution.warnings.empty());
 }
 
+// The boundary of 1 %, a ten-thousandth of a percent to either side of it, above and below the
+// fitted scale, along x and along y alone.
+TEST(SolveWarnings, TheScaleWarningStartsJustPastOnePercentAlongEitherAxis) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
+  constexpr double kJust = 1e-6;  // the fit recovers the scale to 1e-9 micrometres
+  for (const int axis : {0, 1}) {
+    for (const double sign : {1.0, -1.0}) {
+      SCOPED_TRACE(::testing::Message() << "axis " << axis << ", sign " << sign);
+      // scale / resolution - 1 = sign (0.01 -+ kJust): just within, then just past.
+      for (const bool past : {false, true}) {
+        const double ratio = 1.0 + sign * (0.01 + (past ? kJust : -kJust));
+        TPoint resolution{0.0125, 0.0125};
+        (axis == 0 ? resolution.x : resolution.y) = 0.0125 / ratio;
+        meas.scanResolution = resolution;
+        if (past) {
+          ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
+        } else {
+          TVxIntOrSolution solution;
+          ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+          EXPECT_TRUE(solution.warnings.empty());
+        }
+      }
+    }
+  }
+}
+
 // A resolution with one coordinate 0 or below is no resolution to compare with, in either
 // coordinate, in millimetres or in dots per inch.
 TEST(SolveWarnings, AResolutionWithOneCoordinateZeroOrNegativeIsNotCompared) {
@@ -463,7 +490,7 @@ TEST(SolveFailures, ADigitalCameraWithoutPixelOrSensorSize) {
 }
 
 // Each of the four sizes alone at 0: the width and height of a pixel and of the sensor.
-TEST(SolveFailures, ADigitalCameraWithAnyOneSizeZero) {
+TEST(SolveFailures, ADigitalCameraWithAnyOneSizeZeroOrAPixelSizeNegative) {
   TVxIntOrMeas meas;
   meas.cameraType = TCameraType::Digital;
   meas.rotation = TCamRotate::Rotate90;
@@ -488,6 +515,13 @@ TEST(SolveFailures, ADigitalCameraWithAnyOneSizeZero) {
     }
     ExpectFailure(meas, camera, "global.Err_IntOrSensor");
   }
+  // A negative pixel size along either axis.
+  TVxCameraInfo camera = CreateDefaultDMCCamera();
+  camera.pixelSize.x = -camera.pixelSize.x;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+  camera = CreateDefaultDMCCamera();
+  camera.pixelSize.y = -camera.pixelSize.y;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
 }
 
 TEST(SolveFailures, ValuesThatAreNotFiniteNumbers) {
