@@ -183,6 +183,23 @@ TEST(SolveWarnings, TheRotationWarningStartsJustPast45DegreesOnEitherSide) {
   }
 }
 
+// A record rotation outside the four quarter turns, either side of them, is no rotation to
+// disagree with.
+TEST(SolveWarnings, ARecordRotationOutsideTheQuarterTurnsIsNotCompared) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TTerms terms;
+  terms.rotationDeg = 180.0;
+  for (const int outside : {0, 5, -1}) {
+    SCOPED_TRACE(outside);
+    TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+    meas.rotation = static_cast<TCamRotate>(outside);
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    EXPECT_TRUE(solution.warnings.empty());
+    EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
+  }
+}
+
 TEST(SolveWarnings, AScaleMoreThanOnePercentFromTheScanResolutionIsReported) {
   const TVxCameraInfo camera = FourMarkCamera();
   TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
@@ -403,6 +420,23 @@ TEST(SolveWarnings, WithRedundancyResidualsAboveEvenAVeryLowLimitAreFlagged) {
   EXPECT_GT(flagged, 0u);
 }
 
+// A limit of 0 or below is no limit: the default, 3 times the RMS and at least 10 um, holds.
+TEST(SolveWarnings, ACallersLimitOfZeroOrBelowMeansTheDefault) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Similarity);
+  meas.marks[2].coordsPix.x += 0.2;  // 2.5 micrometres off: below the default floor
+  for (const double limit : {0.0, -0.0, -5.0, -1e-300}) {
+    SCOPED_TRACE(limit);
+    TVxIntOrSolveOptions options;
+    options.residualLimitUm = limit;
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+    EXPECT_EQ(solution.residualLimitUm, std::max(3.0 * solution.rmsUm, 10.0));
+    EXPECT_GT(solution.largestUm, 0.5);
+    EXPECT_TRUE(solution.warnings.empty());
+  }
+}
+
 TEST(SolveWarnings, NotAllFiducialsMeasuredIsCarriedIntoTheSolution) {
   const TVxCameraInfo camera = FourMarkCamera();
   TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
@@ -607,6 +641,27 @@ TEST(SolveFailures, NearlyCollinearMarksWithInexactCoordinatesAreDegenerate) {
   meas = Scan(camera, InexactTerms(), TTransformType::Projective);
   meas.marks.resize(4);
   ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+}
+
+// Cross arms along one line whose pixel coordinates are decimals that binary cannot hold: the
+// arms are parallel but for rounding, which fixes no orientation.
+TEST(SolveFailures, NearlyParallelCrossArmsWithInexactCoordinatesAreDegenerate) {
+  for (const TCameraType type : {TCameraType::Cross, TCameraType::CalibratedCross}) {
+    SCOPED_TRACE(static_cast<int>(type));
+    TVxCameraInfo camera;
+    camera.cameraType = type;
+    camera.lengthX = 220.0;
+    camera.lengthY = 220.0;
+    TVxIntOrMeas meas;
+    meas.cameraType = type;
+    meas.scanResolution = {0.0125, 0.0125};
+    // On y = 0.3 x + 0.1 (pixels): the -x, +x, +y and -y ends.
+    meas.marks = {{1, {800.1, 240.13}, {}},
+                  {2, {18400.3, 5520.19}, {}},
+                  {3, {18000.7, 5400.31}, {}},
+                  {4, {1000.9, 300.37}, {}}};
+    ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  }
 }
 
 TEST(SolveFailures, AProjectiveFitThatDoesNotConvergeInTime) {
