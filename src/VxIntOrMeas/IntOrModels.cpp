@@ -74,7 +74,9 @@ const char* SolveFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera
   // measured marks spread across as the calibrated ones do, and the fit shrinks no direction
   // much (a scanner's scales differ by far less than a factor 1000). Marks that collapse onto
   // a point or a line on the image fail either test; a similarity would fit them with scale.
-  if (ThinnestSpread(qn) < kMinNormalisedScale * ThinnestSpread(cn) ||
+  // Calibrated marks on one line (two marks of a similarity) have no breadth to keep.
+  const double breadth = ThinnestSpread(cn);
+  if ((breadth >= kMinNormalisedScale && ThinnestSpread(qn) < kMinNormalisedScale * breadth) ||
       !(SmallestSingularValueAtOrigin(fitted) >= kMinNormalisedScale)) {
     return "global.Err_IntOrDegenerate";
   }

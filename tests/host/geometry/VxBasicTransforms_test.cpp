@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -38,6 +40,20 @@ TEST(AffineTransform, Point_MapsByTheSixCoefficients) {
 TEST(AffineTransform, IdentityCoefficients_AreRecognised) {
   EXPECT_TRUE(TAffineTransform(1, 0, 0, 0, 1, 0).IsIdentity());
   EXPECT_FALSE(TAffineTransform(1, 0, -1.5, 0, 1, 2).IsIdentity());
+}
+
+// Each of the six coefficients alone away from the unit map (1, 0, 0, 0, 1, 0): none is the
+// identity, however small the difference.
+TEST(AffineTransform, AnySingleCoefficientOffTheUnitMap_IsNotTheIdentity) {
+  const std::array<double, 6> unit{1.0, 0.0, 0.0, 0.0, 1.0, 0.0};
+  for (std::size_t k = 0; k < unit.size(); ++k) {
+    for (const double change : {1e-12, -0.5}) {
+      std::array<double, 6> a = unit;
+      a[k] += change;
+      const TAffineTransform affine(a[0], a[1], a[2], a[3], a[4], a[5]);
+      EXPECT_FALSE(affine.IsIdentity()) << "coefficient " << k << " changed by " << change;
+    }
+  }
 }
 
 TEST(AffineTransform, BatchInPlace_EqualsOnePointMap) {

@@ -1,14 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include "VxFormulaDistortion.h"
+#include "VxTransformGrid.h"
 
 namespace {
 
 // The displacement is read back as the mapped point minus the point; for points up to 100 mm
 // from the origin that difference carries rounding of up to 1.4e-14 mm per coordinate.
 constexpr double kClosedFormTolerance = 5e-14;
+// The inverse promises q with |q + d(q) - p| <= 1e-10 mm; 1e-13 more for reading it back here.
+constexpr double kInverseAccuracy = 1e-10 + 1e-13;
 
 vec_t_<double, 2> Displacement(const TFormulaDistortion& model, const vec_t_<double, 2>& p) {
   return model.TransformPoint(p) - p;
@@ -87,6 +93,121 @@ TEST(FormulaDistortion, Decentering_FollowsBrownWithItsProfile) {
   EXPECT_NEAR(d.y, profile * (p2 * (r2 + 2 * y * y) + 2 * p1 * x * y), kClosedFormTolerance);
 }
 
+// The formula term by term, each power of r^2 written out: the displacement at p.
+vec_t_<double, 2> FormulaByHand(const TFormulaDistortion::TDistCoeff& c,
+                                const vec_t_<double, 2>& p) {
+  const double x = p.x - c.centre.x;
+  const double y = p.y - c.centre.y;
+  const double r2 = x * x + y * y;
+  const double r4 = r2 * r2;
+  const double r6 = r4 * r2;
+  const double r8 = r4 * r4;
+  const double r10 = r8 * r2;
+  const double radial = c.k1 * r2 + c.k2 * r4 + c.k3 * r6 + c.k4 * r8 + c.k5 * r10;
+  const double profile = 1.0 + c.p3 * r2 + c.p4 * r4;
+  return {
+      x * radial + profile * (c.p1 * (r2 + 2.0 * x * x) + 2.0 * c.p2 * x * y) + c.b1 * x + c.b2 * y,
+      y * radial + profile * (c.p2 * (r2 + 2.0 * y * y) + 2.0 * c.p1 * x * y) + c.a1 * x +
+          c.a2 * y};
+}
+
+// Points up to 127 mm from the origin, 81 of them: ten vectors of eight and a tail in a batch.
+std::vector<vec_t_<double, 2>> FieldPoints() {
+  std::vector<vec_t_<double, 2>> points;
+  for (int i = -4; i <= 4; ++i) {
+    for (int j = -4; j <= 4; ++j) points.push_back({22.5 * i + 0.25, 22.5 * j - 0.5});
+  }
+  return points;
+}
+
+// k4, k5, p3 and p4 each alone beside p1, with and without in-plane terms: each of them changes
+// the displacement by millimetres at the edge of the field, and the model, one point at a time,
+// in a batch and over a grid, follows the formula with it.
+TEST(FormulaDistortion, EachHigherTermAloneBesideP1_FollowsTheFormulaOnEveryPath) {
+  struct THigherTerm {
+    const char* name;
+    double TFormulaDistortion::TDistCoeff::*member;
+    double value;
+  };
+  const THigherTerm terms[] = {{"k4", &TFormulaDistortion::TDistCoeff::k4, 1e-20},
+                               {"k5", &TFormulaDistortion::TDistCoeff::k5, -1e-24},
+                               {"p3", &TFormulaDistortion::TDistCoeff::p3, 1e-4},
+                               {"p4", &TFormulaDistortion::TDistCoeff::p4, 1e-8}};
+  const auto points = FieldPoints();
+  for (const THigherTerm& term : terms) {
+    for (const bool inPlane : {false, true}) {
+      SCOPED_TRACE(std::string(term.name) + (inPlane ? " with in-plane terms" : ""));
+      TFormulaDistortion::TDistCoeff c;
+      c.centre = {0.75, -1.25};
+      c.p1 = 2e-6;
+      c.*term.member = term.value;
+      if (inPlane) {
+        c.b1 = 1e-4;
+        c.a2 = -2e-4;
+      }
+      const TFormulaDistortion model(c);
+      std::vector<vec_t_<double, 2>> batch(points.size());
+      EXPECT_EQ(model.TransformPoints(points.data(), batch.data(), points.size()), 0u);
+      // The same points as a grid: 9 columns of x, 9 rows of y.
+      TVxPointGrid grid;
+      grid.x0 = -89.75;
+      grid.dx = 22.5;
+      grid.y0 = -90.5;
+      grid.dy = 22.5;
+      grid.columns = 9;
+      grid.rows = 9;
+      std::vector<vec_t_<double, 2>> gridOut(81);
+      EXPECT_EQ(TransformGrid(model, grid, gridOut.data()), 0u);
+      for (std::size_t k = 0; k < points.size(); ++k) {
+        const vec_t_<double, 2>& p = points[k];
+        const vec_t_<double, 2> expected = p + FormulaByHand(c, p);
+        const vec_t_<double, 2> one = model.TransformPoint(p);
+        EXPECT_NEAR(one.x, expected.x, kClosedFormTolerance) << "point " << k;
+        EXPECT_NEAR(one.y, expected.y, kClosedFormTolerance) << "point " << k;
+        EXPECT_NEAR(batch[k].x, expected.x, kClosedFormTolerance) << "batch point " << k;
+        EXPECT_NEAR(batch[k].y, expected.y, kClosedFormTolerance) << "batch point " << k;
+        // Grid point (column k % 9, row k / 9).
+        const vec_t_<double, 2> g{grid.x0 + static_cast<double>(k % 9) * grid.dx,
+                                  grid.y0 + static_cast<double>(k / 9) * grid.dy};
+        const vec_t_<double, 2> expectedGrid = g + FormulaByHand(c, g);
+        EXPECT_NEAR(gridOut[k].x, expectedGrid.x, kClosedFormTolerance) << "grid point " << k;
+        EXPECT_NEAR(gridOut[k].y, expectedGrid.y, kClosedFormTolerance) << "grid point " << k;
+      }
+      // The term is there to be seen: it moves the corner point by more than a micrometre.
+      TFormulaDistortion::TDistCoeff without = c;
+      without.*term.member = 0.0;
+      EXPECT_GT((FormulaByHand(c, points[0]) - FormulaByHand(without, points[0])).Length(), 1e-3);
+    }
+  }
+}
+
+// The inverse of the same models solves the formula: q + d(q) = p to the inverse's 1e-10 mm,
+// one point at a time and in a batch.
+TEST(FormulaDistortion, EachHigherTermAloneBesideP1_IsSolvedByTheInverse) {
+  double TFormulaDistortion::TDistCoeff::*const members[] = {
+      &TFormulaDistortion::TDistCoeff::k4, &TFormulaDistortion::TDistCoeff::k5,
+      &TFormulaDistortion::TDistCoeff::p3, &TFormulaDistortion::TDistCoeff::p4};
+  const double values[] = {1e-20, -1e-24, 1e-4, 1e-8};
+  const auto points = FieldPoints();
+  for (std::size_t t = 0; t < std::size(members); ++t) {
+    SCOPED_TRACE(t);
+    TFormulaDistortion::TDistCoeff c;
+    c.centre = {0.75, -1.25};
+    c.p1 = 2e-6;
+    c.*members[t] = values[t];
+    c.inverse = true;
+    const TFormulaDistortion inverse(c);
+    std::vector<vec_t_<double, 2>> batch(points.size());
+    EXPECT_EQ(inverse.TransformPoints(points.data(), batch.data(), points.size()), 0u);
+    for (std::size_t k = 0; k < points.size(); ++k) {
+      for (const vec_t_<double, 2>& q : {inverse.TransformPoint(points[k]), batch[k]}) {
+        const vec_t_<double, 2> mapped = q + FormulaByHand(c, q);
+        EXPECT_LE((mapped - points[k]).Length(), kInverseAccuracy) << "point " << k;
+      }
+    }
+  }
+}
+
 TEST(FormulaDistortion, InPlaneTerms_BActOnXAndAActOnY) {
   TFormulaDistortion::TDistCoeff c;
   c.centre = {5.0, 5.0};
@@ -104,6 +225,23 @@ TEST(FormulaDistortion, ProfileAlone_DoesNotMoveAnyPoint) {
   const TFormulaDistortion model({0, 0}, 0, 0, 0, 0, 0, 0, 0, 1e-3, 1e-6, false);
   EXPECT_TRUE(model.IsIdentity());
   EXPECT_EQ(model.TransformPoint({40.0, -70.0}), (vec_t_<double, 2>{40.0, -70.0}));
+}
+
+// Every coefficient that moves a point, alone and however small: no such model is the identity.
+TEST(FormulaDistortion, AnySingleMovingCoefficient_IsNotTheIdentity) {
+  double TFormulaDistortion::TDistCoeff::*const moving[] = {
+      &TFormulaDistortion::TDistCoeff::k1, &TFormulaDistortion::TDistCoeff::k2,
+      &TFormulaDistortion::TDistCoeff::k3, &TFormulaDistortion::TDistCoeff::k4,
+      &TFormulaDistortion::TDistCoeff::k5, &TFormulaDistortion::TDistCoeff::p1,
+      &TFormulaDistortion::TDistCoeff::p2, &TFormulaDistortion::TDistCoeff::b1,
+      &TFormulaDistortion::TDistCoeff::b2, &TFormulaDistortion::TDistCoeff::a1,
+      &TFormulaDistortion::TDistCoeff::a2};
+  for (std::size_t i = 0; i < std::size(moving); ++i) {
+    TFormulaDistortion::TDistCoeff c;
+    c.centre = {2.0, -1.0};
+    c.*moving[i] = 1e-20;
+    EXPECT_FALSE(TFormulaDistortion(c).IsIdentity()) << "coefficient " << i;
+  }
 }
 
 TEST(FormulaDistortion, CentrePoint_StaysInBothSenses) {

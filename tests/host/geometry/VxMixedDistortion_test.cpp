@@ -3,6 +3,7 @@
 #include <cmath>
 #include <random>
 #include <stdexcept>
+#include <string>
 
 #include "DistortionCases.h"
 #include "VxFormulaDistortion.h"
@@ -200,6 +201,41 @@ TEST(MixedDistortion, ZeroFocal_IsAcceptedWithoutHigherOrderTermsOnly) {
   m.b[2] = 1e-6;
   EXPECT_THROW(TMixedDistortion({0, 0}, zero, m.a, m.b, m.c, m.K, m.P, 0.0, 0.0, 0.0, false),
                std::invalid_argument);
+}
+
+// Each coefficient alone: a3..a7, b3..b7 and c2..c7 need a focal length that is positive and
+// finite (0, a negative one, NaN and infinity are refused); a1, a2, b1, b2, c1, K and P need
+// none.
+TEST(MixedDistortion, EachHigherOrderCoefficientAlone_NeedsAPositiveFiniteFocal) {
+  const double focals[] = {0.0, -120.0, std::nan(""), HUGE_VAL};
+  for (const char group : {'a', 'b', 'c', 'K', 'P'}) {
+    const int size = group == 'K' ? 3 : (group == 'P' ? 2 : 7);
+    for (int i = 0; i < size; ++i) {
+      SCOPED_TRACE(std::string(1, group) + std::to_string(i + 1));
+      TMixed m;
+      double* values = m.P;
+      if (group == 'a') values = m.a;
+      if (group == 'b') values = m.b;
+      if (group == 'c') values = m.c;
+      if (group == 'K') values = m.K;
+      values[i] = 1e-6;
+      const bool higherOrder = (group == 'a' || group == 'b') ? i >= 2 : group == 'c' && i >= 1;
+      EXPECT_NO_THROW(
+          TMixedDistortion({0, 0}, kFocal, m.a, m.b, m.c, m.K, m.P, 0.0, 0.0, 0.0, false));
+      for (const double focal : focals) {
+        if (higherOrder) {
+          EXPECT_THROW(
+              TMixedDistortion({0, 0}, focal, m.a, m.b, m.c, m.K, m.P, 0.0, 0.0, 0.0, false),
+              std::invalid_argument)
+              << "focal " << focal;
+        } else {
+          EXPECT_NO_THROW(
+              TMixedDistortion({0, 0}, focal, m.a, m.b, m.c, m.K, m.P, 0.0, 0.0, 0.0, false))
+              << "focal " << focal;
+        }
+      }
+    }
+  }
 }
 
 TEST(MixedDistortion, NonZeroReservedValueOrNullGroup_IsRejected) {

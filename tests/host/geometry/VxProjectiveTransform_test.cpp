@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <memory>
 #include <random>
 #include <vector>
@@ -59,6 +60,17 @@ TEST(ProjectiveTransform, MultiplesOfTheUnitMatrix_AreTheIdentity) {
   EXPECT_TRUE(TProjectiveTransform({-2, 0, 0, 0, -2, 0, 0, 0, -2}).IsIdentity());
   EXPECT_FALSE(TProjectiveTransform({0, 0, 0, 0, 0, 0, 0, 0, 0}).IsIdentity());
   EXPECT_FALSE(TProjectiveTransform({1, 0, 0, 0, 1, 0, 1e-9, 0, 1}).IsIdentity());
+}
+
+// Each of the nine coefficients alone away from a multiple of the unit matrix: the diagonal
+// ones break the equality of the three, the others leave a term that moves points.
+TEST(ProjectiveTransform, AnySingleCoefficientOffAMultipleOfTheUnitMatrix_IsNotTheIdentity) {
+  const std::array<double, 9> unit{3, 0, 0, 0, 3, 0, 0, 0, 3};
+  for (std::size_t k = 0; k < unit.size(); ++k) {
+    std::array<double, 9> h = unit;
+    h[k] += 1e-9;
+    EXPECT_FALSE(TProjectiveTransform(h).IsIdentity()) << "coefficient " << k;
+  }
 }
 
 TEST(ProjectiveTransform, Batch_EqualsTheOnePointPathAndCountsNaN) {

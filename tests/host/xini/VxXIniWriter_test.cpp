@@ -147,6 +147,30 @@ TEST(VxXIniWriter, TextsThatLookLikeOtherValuesAreQuoted) {
             "- \"[x]\"\n- \"it's\"\n- \"Ünter\"\n");
 }
 
+// Each word that a YAML 1.1 reader takes for a truth value or for nothing, in three spellings,
+// is written in quotes and reads back as the text it was; a letter more makes an ordinary word.
+TEST(VxXIniWriter, EveryReservedWordIsQuotedInAnySpellingAndReadsBackAsText) {
+  const char* const words[][3] = {
+      {"yes", "Yes", "YES"},       {"no", "No", "NO"},    {"true", "True", "TRUE"},
+      {"false", "False", "FALSE"}, {"on", "On", "ON"},    {"off", "Off", "OFF"},
+      {"null", "Null", "NULL"},    {"nan", "NaN", "NAN"}, {"inf", "Inf", "INF"}};
+  for (const auto& spellings : words) {
+    for (const char* word : spellings) {
+      SCOPED_TRACE(word);
+      TVxXIniWriter writer;
+      writer.WriteS<std::string>("v", word);
+      const std::string text = writer.ToText();
+      EXPECT_EQ(text, "v: \"" + std::string(word) + "\"\n");
+      auto reader = xini_test::Read(text);
+      EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("v", 0)), word);
+      // One letter more: no longer a reserved word.
+      TVxXIniWriter longer;
+      longer.WriteS<std::string>("v", std::string(word) + "s");
+      EXPECT_EQ(longer.ToText(), "v: " + std::string(word) + "s\n");
+    }
+  }
+}
+
 TEST(VxXIniWriter, OrdinaryWordsStayPlain) {
   TVxXIniWriter writer;
   writer.WriteS<std::string>("type", "Directed4+");
@@ -161,6 +185,24 @@ TEST(VxXIniWriter, ControlCharactersAreEscapedInQuotes) {
   TVxXIniWriter writer;
   writer.WriteS<std::string>("a", std::string("t\tn\nr\rq\"b\\z\x01", 12) + std::string(1, '\0'));
   EXPECT_EQ(writer.ToText(), "a: \"t\\tn\\nr\\rq\\\"b\\\\z\\x01\\x00\"\n");
+}
+
+// DEL (0x7F) is a control character too: escaped in quotes, in a text and in a long text,
+// never written raw, and it reads back as the byte it was.
+TEST(VxXIniWriter, DeleteCharacterIsEscapedInQuotes) {
+  const std::string del(1, '\x7F');
+  TVxXIniWriter writer;
+  writer.WriteS<std::string>("a", "x" + del + "y");
+  writer.WriteS<std::string>("b", del);
+  // A long text with line ends would be a literal block, which cannot hold the byte.
+  writer.WriteLongStringSE("c", "line 1\nx" + del + "\n");
+  const std::string text = writer.ToText();
+  EXPECT_EQ(text, "a: \"x\\x7Fy\"\nb: \"\\x7F\"\nc: \"line 1\\nx\\x7F\\n\"\n");
+  EXPECT_EQ(text.find(del), std::string::npos);
+  auto reader = xini_test::Read(text);
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("a", 0)), "x" + del + "y");
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("b", 0)), del);
+  EXPECT_EQ(reader->ReadE<std::string>(reader->FindFE("c", 0)), "line 1\nx" + del + "\n");
 }
 
 TEST(VxXIniWriter, KeysThatNeedQuotesAreQuoted) {

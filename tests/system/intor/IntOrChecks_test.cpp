@@ -201,6 +201,27 @@ TEST_P(IntOrChecksTest, CrossResolutionMustBePositiveInBothAxes) {
   ExpectFails(TCheck::Ready, meas, camera, "global.Err_IncorrectResolution");
 }
 
+// Each coordinate alone at 0 or below, for both kinds that need a resolution; the other
+// coordinate is a good one.
+TEST_P(IntOrChecksTest, EachResolutionCoordinateAloneZeroOrNegativeIsIncorrect) {
+  TVxIntOrMeas cross = Meas(TCameraType::Cross, {1, 2, 3, 4});
+  TVxIntOrMeas pp = Meas(TCameraType::PrincipalPoint, {1});
+  pp.rotation = TCamRotate::Rotate270;
+  for (TVxIntOrMeas* meas : {&cross, &pp}) {
+    const TVxCameraInfo camera = CameraOfType(meas->cameraType);
+    meas->scanResolution = {0.02, 0.03};
+    ExpectPassesSilently(TCheck::Ready, *meas, camera);
+    for (const vec_t_<double, 2> resolution :
+         {vec_t_<double, 2>{0.0, 0.03}, vec_t_<double, 2>{0.02, 0.0}, vec_t_<double, 2>{-0.0, 0.03},
+          vec_t_<double, 2>{0.02, -0.0}, vec_t_<double, 2>{-1e-300, 0.03},
+          vec_t_<double, 2>{0.02, -1e-300}}) {
+      SCOPED_TRACE(testing::Message() << resolution.x << ", " << resolution.y);
+      meas->scanResolution = resolution;
+      ExpectFails(TCheck::Ready, *meas, camera, "global.Err_IncorrectResolution");
+    }
+  }
+}
+
 TEST_P(IntOrChecksTest, ResolutionThatIsNotANumberPasses) {
   TVxIntOrMeas meas = Meas(TCameraType::Cross, {1, 2, 3, 4});
   meas.scanResolution = {std::numeric_limits<double>::quiet_NaN(), 0.02};

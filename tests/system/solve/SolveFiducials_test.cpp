@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <string>
 #include <tuple>
@@ -126,6 +127,32 @@ TEST(SolveFiducials, TheTwoHandlesAreInverseMaps) {
     const TPoint back = solution.camToPix->TransformPoint(solution.pixToCam->TransformPoint(p));
     EXPECT_NEAR(back.x, p.x, kExact * 10.0);  // 1e-8 px over 19200 px: rounding of two maps
     EXPECT_NEAR(back.y, p.y, kExact * 10.0);
+  }
+}
+
+// A projective solution holds both matrices with the last coefficient 1, and reports the
+// perspective terms of pixToCam as they stand there. Read directly from the handles: a test
+// helper that divides by the last coefficient itself would not see another scaling.
+TEST(SolveFiducials, ProjectiveHandlesHoldMatricesWhoseLastCoefficientIsOne) {
+  const TVxCameraInfo camera = EightMarkCamera();
+  for (const TPoint perspective : {TPoint{1e-7, 3e-7}, TPoint{-2e-6, 5e-7}}) {
+    TTerms terms;
+    terms.rotationDeg = 12.0;
+    terms.perspective = perspective;
+    TVxIntOrMeas meas = ScanOf(camera, Inverse(PixToCam(terms)), TTransformType::Projective);
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    const auto* pixToCam = dynamic_cast<const TProjectiveTransform*>(solution.pixToCam.get());
+    const auto* camToPix = dynamic_cast<const TProjectiveTransform*>(solution.camToPix.get());
+    ASSERT_NE(pixToCam, nullptr);
+    ASSERT_NE(camToPix, nullptr);
+    EXPECT_EQ(pixToCam->Coefficients()[8], 1.0);
+    EXPECT_EQ(camToPix->Coefficients()[8], 1.0);
+    EXPECT_EQ(solution.perspective.x, pixToCam->Coefficients()[6]);
+    EXPECT_EQ(solution.perspective.y, pixToCam->Coefficients()[7]);
+    // With h8 = 1 the perspective terms are those of the scan itself (per pixel).
+    EXPECT_NEAR(solution.perspective.x, perspective.x, kExact * std::fabs(perspective.x));
+    EXPECT_NEAR(solution.perspective.y, perspective.y, kExact * std::fabs(perspective.y));
   }
 }
 

@@ -153,6 +153,53 @@ TEST(SolveWarnings, ARotationWithin45DegreesOfTheRecordIsNotReported) {
   EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
 }
 
+// The boundary of 45 degrees from the record, a millionth of a degree to either side of it,
+// clockwise and counter-clockwise, and from records of every quarter turn.
+TEST(SolveWarnings, TheRotationWarningStartsJustPast45DegreesOnEitherSide) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  const char* const keys[] = {"global.Warn_IntOrRotationFits0", "global.Warn_IntOrRotationFits90",
+                              "global.Warn_IntOrRotationFits180",
+                              "global.Warn_IntOrRotationFits270"};
+  constexpr double kJust = 1e-6;  // degrees; the fit recovers rotations to 1e-9
+  for (int record = 0; record < 4; ++record) {
+    for (const int side : {1, -1}) {
+      SCOPED_TRACE("record " + std::to_string(record * 90) + ", side " + std::to_string(side));
+      TTerms terms;
+      terms.rotationDeg = record * 90.0 + side * (45.0 - kJust);
+      TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+      meas.rotation = static_cast<TCamRotate>(record + 1);
+      TVxIntOrSolution solution;
+      ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+      EXPECT_TRUE(solution.warnings.empty());
+      EXPECT_EQ(solution.fittedRotation, meas.rotation);
+
+      terms.rotationDeg = record * 90.0 + side * (45.0 + kJust);
+      meas = Scan(camera, terms, TTransformType::Similarity);
+      meas.rotation = static_cast<TCamRotate>(record + 1);
+      // The quarter turn that fits is the next one in the direction of the turn.
+      const int fits = (record + side + 4) % 4;
+      ExpectWarnings(meas, camera, {keys[fits]});
+    }
+  }
+}
+
+// A record rotation outside the four quarter turns, either side of them, is no rotation to
+// disagree with.
+TEST(SolveWarnings, ARecordRotationOutsideTheQuarterTurnsIsNotCompared) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TTerms terms;
+  terms.rotationDeg = 180.0;
+  for (const int outside : {0, 5, -1}) {
+    SCOPED_TRACE(outside);
+    TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+    meas.rotation = static_cast<TCamRotate>(outside);
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    EXPECT_TRUE(solution.warnings.empty());
+    EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
+  }
+}
+
 TEST(SolveWarnings, AScaleMoreThanOnePercentFromTheScanResolutionIsReported) {
   const TVxCameraInfo camera = FourMarkCamera();
   TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
@@ -176,6 +223,52 @@ TEST(SolveWarnings, AScaleWithinOnePercentOrWithoutResolutionIsNotReported) {
   meas.scanResolution = {2032.0, 2032.0};
   ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
   EXPECT_TRUE(solution.warnings.empty());
+}
+
+// The boundary of 1 %, a ten-thousandth of a percent to either side of it, above and below the
+// fitted scale, along x and along y alone.
+TEST(SolveWarnings, TheScaleWarningStartsJustPastOnePercentAlongEitherAxis) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
+  constexpr double kJust = 1e-6;  // the fit recovers the scale to 1e-9 micrometres
+  for (const int axis : {0, 1}) {
+    for (const double sign : {1.0, -1.0}) {
+      SCOPED_TRACE(::testing::Message() << "axis " << axis << ", sign " << sign);
+      // scale / resolution - 1 = sign (0.01 -+ kJust): just within, then just past.
+      for (const bool past : {false, true}) {
+        const double ratio = 1.0 + sign * (0.01 + (past ? kJust : -kJust));
+        TPoint resolution{0.0125, 0.0125};
+        (axis == 0 ? resolution.x : resolution.y) = 0.0125 / ratio;
+        meas.scanResolution = resolution;
+        if (past) {
+          ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
+        } else {
+          TVxIntOrSolution solution;
+          ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+          EXPECT_TRUE(solution.warnings.empty());
+        }
+      }
+    }
+  }
+}
+
+// A resolution with one coordinate 0 or below is no resolution to compare with, in either
+// coordinate, in millimetres or in dots per inch.
+TEST(SolveWarnings, AResolutionWithOneCoordinateZeroOrNegativeIsNotCompared) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);  // 12.5 micrometres
+  TVxIntOrSolution solution;
+  for (const TResolutionUnits units : {TResolutionUnits::Mm, TResolutionUnits::Dpi}) {
+    const double good = units == TResolutionUnits::Mm ? 0.0125 : 2032.0;
+    for (const TPoint resolution :
+         {TPoint{0.0, good}, TPoint{good, 0.0}, TPoint{-good, good}, TPoint{good, -good}}) {
+      SCOPED_TRACE(::testing::Message() << resolution.x << ", " << resolution.y);
+      meas.resolutionUnits = units;
+      meas.scanResolution = resolution;
+      ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+      EXPECT_TRUE(solution.warnings.empty());
+    }
+  }
 }
 
 TEST(SolveWarnings, ACalibratedCrossComparesItsScaleWithTheScanResolution) {
@@ -266,6 +359,102 @@ TEST(SolveWarnings, AWildlyBadFitCannotRaiseTheDefaultLimitPastFiftyMicrometres)
   EXPECT_EQ(solution.warnings.size(), above);
 }
 
+// Marks whose calibrated positions are not exact in binary, scanned without noise: the fit is
+// exact but for rounding, so the residuals are tiny but not all 0.
+TVxCameraInfo InexactMarkCamera() {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  const double marks[4][2] = {{-105.3, -106.7}, {106.1, 105.9}, {-104.9, 106.3}, {105.7, -106.1}};
+  for (int i = 0; i < 4; ++i) camera.fiducials.push_back({i + 1, {marks[i][0], marks[i][1]}, 0});
+  return camera;
+}
+
+TTerms InexactTerms() {
+  TTerms terms;
+  terms.scaleXUm = 12.7;
+  terms.scaleYUm = 12.3;
+  terms.rotationDeg = 0.7;
+  terms.shearDeg = 0.01;
+  terms.originPix = {9601.3, 9598.9};
+  return terms;
+}
+
+// Without redundancy (as many coordinates as unknowns) the fit passes through every mark and
+// its residuals are rounding: no mark is flagged, however low the caller's limit.
+TEST(SolveWarnings, WithoutRedundancyNoMarkIsFlaggedEvenBelowRounding) {
+  const TVxCameraInfo camera = InexactMarkCamera();
+  TVxIntOrSolveOptions options;
+  options.residualLimitUm = 1e-300;
+  struct TCase {
+    TTransformType type;
+    std::size_t marks;
+  };
+  for (const TCase c : {TCase{TTransformType::Similarity, 2}, TCase{TTransformType::Affine, 3},
+                        TCase{TTransformType::Projective, 4}}) {
+    SCOPED_TRACE(static_cast<int>(c.type));
+    TTerms terms = InexactTerms();
+    if (c.type == TTransformType::Similarity) terms.scaleYUm = terms.scaleXUm;
+    if (c.type != TTransformType::Affine) terms.shearDeg = 0.0;
+    if (c.type == TTransformType::Projective) terms.perspective = {1e-7, -2e-7};
+    TVxIntOrMeas meas = Scan(camera, terms, c.type);
+    meas.marks.resize(c.marks);
+    // The camera has four fiducials: all four measured, or the warning that they were not.
+    const std::vector<std::string> expected =
+        c.marks < 4 ? std::vector<std::string>{"global.Warn_NotAllFidMeasured"}
+                    : std::vector<std::string>{};
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+    EXPECT_EQ(solution.redundancy, 0);
+    EXPECT_EQ(solution.sigma0Um, 0.0);
+    EXPECT_EQ(solution.residualLimitUm, 1e-300);
+    // The residuals are rounding, and some rounding is above the limit.
+    EXPECT_LT(solution.largestUm, 1e-6);
+    EXPECT_GT(solution.largestUm, options.residualLimitUm);
+    for (const auto& r : solution.residuals) EXPECT_FALSE(r.aboveLimit) << "mark " << r.index;
+    EXPECT_EQ(Keys(solution), expected);
+  }
+}
+
+// The other side: with one mark more than the unknowns need, the same rounding is above the
+// same limit and the marks above it are flagged.
+TEST(SolveWarnings, WithRedundancyResidualsAboveEvenAVeryLowLimitAreFlagged) {
+  const TVxCameraInfo camera = InexactMarkCamera();
+  TVxIntOrSolveOptions options;
+  options.residualLimitUm = 1e-300;
+  TTerms terms = InexactTerms();
+  terms.scaleYUm = terms.scaleXUm;
+  terms.shearDeg = 0.0;
+  TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
+  meas.marks.resize(3);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+  EXPECT_EQ(solution.redundancy, 2);
+  ASSERT_GT(solution.largestUm, options.residualLimitUm);
+  std::size_t flagged = 0;
+  for (const auto& r : solution.residuals) {
+    EXPECT_EQ(r.aboveLimit, r.lengthUm > options.residualLimitUm) << "mark " << r.index;
+    if (r.aboveLimit) ++flagged;
+  }
+  EXPECT_GT(flagged, 0u);
+}
+
+// A limit of 0 or below is no limit: the default, 3 times the RMS and at least 10 um, holds.
+TEST(SolveWarnings, ACallersLimitOfZeroOrBelowMeansTheDefault) {
+  const TVxCameraInfo camera = FourMarkCamera();
+  TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Similarity);
+  meas.marks[2].coordsPix.x += 0.2;  // 2.5 micrometres off: below the default floor
+  for (const double limit : {0.0, -0.0, -5.0, -1e-300}) {
+    SCOPED_TRACE(limit);
+    TVxIntOrSolveOptions options;
+    options.residualLimitUm = limit;
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+    EXPECT_EQ(solution.residualLimitUm, std::max(3.0 * solution.rmsUm, 10.0));
+    EXPECT_GT(solution.largestUm, 0.5);
+    EXPECT_TRUE(solution.warnings.empty());
+  }
+}
+
 TEST(SolveWarnings, NotAllFiducialsMeasuredIsCarriedIntoTheSolution) {
   const TVxCameraInfo camera = FourMarkCamera();
   TVxIntOrMeas meas = Scan(camera, TTerms(), TTransformType::Affine);
@@ -352,6 +541,41 @@ TEST(SolveFailures, ADigitalCameraWithoutPixelOrSensorSize) {
   ExpectFailure(meas, camera, "global.Err_IntOrSensor");
 }
 
+// Each of the four sizes alone at 0: the width and height of a pixel and of the sensor.
+TEST(SolveFailures, ADigitalCameraWithAnyOneSizeZeroOrAPixelSizeNegative) {
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Digital;
+  meas.rotation = TCamRotate::Rotate90;
+  for (int which = 0; which < 4; ++which) {
+    SCOPED_TRACE(which);
+    TVxCameraInfo camera = CreateDefaultDMCCamera();
+    TVxIntOrSolution solution;
+    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    switch (which) {
+      case 0:
+        camera.pixelSize.x = 0.0;
+        break;
+      case 1:
+        camera.pixelSize.y = 0.0;
+        break;
+      case 2:
+        camera.sensorDims.x = 0;
+        break;
+      default:
+        camera.sensorDims.y = 0;
+        break;
+    }
+    ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+  }
+  // A negative pixel size along either axis.
+  TVxCameraInfo camera = CreateDefaultDMCCamera();
+  camera.pixelSize.x = -camera.pixelSize.x;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+  camera = CreateDefaultDMCCamera();
+  camera.pixelSize.y = -camera.pixelSize.y;
+  ExpectFailure(meas, camera, "global.Err_IntOrSensor");
+}
+
 TEST(SolveFailures, ValuesThatAreNotFiniteNumbers) {
   constexpr double nan = std::numeric_limits<double>::quiet_NaN();
   constexpr double inf = std::numeric_limits<double>::infinity();
@@ -407,6 +631,65 @@ TEST(SolveFailures, MarksMeasuredAtTwoPixelPositionsAreDegenerate) {
     TVxIntOrMeas meas = Scan(camera, TTerms(), type);
     meas.marks[0].coordsPix = meas.marks[2].coordsPix = {1166.6, 18114.1};
     meas.marks[1].coordsPix = meas.marks[3].coordsPix = {18090.2, 1118.2};
+    ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  }
+}
+
+// Fiducials on one line whose coordinates are decimals that binary cannot hold: rounding
+// leaves them off the line by about 1e-14 mm, and a millionth of a micrometre off it changes
+// nothing. Neither fixes an affine or a projective transform. A micrometre off the line does.
+TEST(SolveFailures, NearlyCollinearMarksWithInexactCoordinatesAreDegenerate) {
+  // On y = x / 3 + 0.1 (mm), from -105.3 to 106.2: exact in decimals only.
+  const double line[5][2] = {
+      {-105.3, -35.0}, {-52.2, -17.3}, {0.9, 0.4}, {54.0, 18.1}, {106.2, 35.5}};
+  for (const double off : {0.0, 1e-9, 1e-3}) {
+    SCOPED_TRACE(off);
+    TVxCameraInfo camera;
+    camera.cameraType = TCameraType::Fiducials;
+    for (int i = 0; i < 5; ++i) camera.fiducials.push_back({i + 1, {line[i][0], line[i][1]}, 0});
+    // The middle mark moved across the line.
+    camera.fiducials[2].coordsCam += TPoint{-off, 3.0 * off} / std::sqrt(10.0);
+    for (const TTransformType type : {TTransformType::Affine, TTransformType::Projective}) {
+      SCOPED_TRACE(static_cast<int>(type));
+      TVxIntOrMeas meas = Scan(camera, InexactTerms(), type);
+      if (off < 1e-6) {
+        ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+      } else if (type == TTransformType::Affine) {
+        // A micrometre across 212 mm: an affine map is determined (poorly, but it is).
+        TVxIntOrSolution solution;
+        EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+      }
+    }
+  }
+  // Three of them for an affine transform, four for a projective one.
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  for (int i = 0; i < 5; ++i) camera.fiducials.push_back({i + 1, {line[i][0], line[i][1]}, 0});
+  TVxIntOrMeas meas = Scan(camera, InexactTerms(), TTransformType::Affine);
+  meas.marks = {meas.marks[0], meas.marks[2], meas.marks[4]};
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+  meas = Scan(camera, InexactTerms(), TTransformType::Projective);
+  meas.marks.resize(4);
+  ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
+}
+
+// Cross arms along one line whose pixel coordinates are decimals that binary cannot hold: the
+// arms are parallel but for rounding, which fixes no orientation.
+TEST(SolveFailures, NearlyParallelCrossArmsWithInexactCoordinatesAreDegenerate) {
+  for (const TCameraType type : {TCameraType::Cross, TCameraType::CalibratedCross}) {
+    SCOPED_TRACE(static_cast<int>(type));
+    TVxCameraInfo camera;
+    camera.cameraType = type;
+    camera.lengthX = 220.0;
+    camera.lengthY = 220.0;
+    TVxIntOrMeas meas;
+    meas.cameraType = type;
+    meas.scanResolution = {0.0125, 0.0125};
+    // On y = 0.3 x + 0.1 (pixels): the -x, +x, +y and -y ends.
+    meas.marks = {{1, {800.1, 240.13}, {}},
+                  {2, {18400.3, 5520.19}, {}},
+                  {3, {18000.7, 5400.31}, {}},
+                  {4, {1000.9, 300.37}, {}}};
     ExpectFailure(meas, camera, "global.Err_IntOrDegenerate");
   }
 }
