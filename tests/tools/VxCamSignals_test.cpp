@@ -19,28 +19,12 @@
 #include <vector>
 
 #include "VxAtomicFile.h"
+#include "VxFileHelpers.h"
 
 namespace {
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-std::vector<std::string> FilesIn(const std::string& folder) {
-  std::vector<std::string> names;
-  if (DIR* dir = ::opendir(folder.c_str())) {
-    while (const dirent* entry = ::readdir(dir)) {
-      const std::string name = entry->d_name;
-      if (name != "." && name != "..") names.push_back(name);
-    }
-    ::closedir(dir);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
+using vx_test::FilesIn;
+using vx_test::Slurp;
 
 // The child's hook: the tool's, and then a stop once the whole text is in the temporary file, so
 // that the parent can signal the child in the middle of the save.

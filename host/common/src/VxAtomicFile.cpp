@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "VxFd.h"
+#include "VxFileKind.h"
 
 namespace {
 
@@ -32,15 +33,6 @@ std::string ErrorText(int error) {
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& reason, int error = 0) {
   throw TVxFileSaveError(path, reason, error);
-}
-
-const char* KindOf(mode_t mode) {
-  if (S_ISDIR(mode)) return "a folder";
-  if (S_ISCHR(mode)) return "a character device";
-  if (S_ISBLK(mode)) return "a block device";
-  if (S_ISFIFO(mode)) return "a FIFO (named pipe)";
-  if (S_ISSOCK(mode)) return "a socket";
-  return "an unknown kind of file";
 }
 
 // The folder part of a path with its final '/', or "" for a bare name.
@@ -107,7 +99,7 @@ TTarget Resolve(const std::string& path) {
 void CheckReplaceable(const std::string& path, const TTarget& target) {
   const mode_t mode = target.info.st_mode;
   if (!S_ISREG(mode)) {
-    Refuse(path, target.Subject() + "is " + KindOf(mode) + ", not a regular file");
+    Refuse(path, target.Subject() + "is " + VxFileKindText(mode) + ", not a regular file");
   }
   const bool noWriteBit = (mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
   if (noWriteBit ||

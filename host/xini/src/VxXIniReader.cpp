@@ -21,6 +21,7 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
+#include "VxFileKind.h"
 #include "XIniFlowDepth.h"
 #include "XIniNumbers.h"
 
@@ -83,16 +84,6 @@ std::string Quote(const std::string& value) {
 
 std::string TooDeepProblem() {
   return "sections nest deeper than " + std::to_string(kVxXIniMaxDepth) + " levels";
-}
-
-// What a file that is not a regular file is, for messages.
-const char* FileKind(mode_t mode) {
-  if (S_ISDIR(mode)) return "a folder";
-  if (S_ISFIFO(mode)) return "a FIFO";
-  if (S_ISCHR(mode)) return "a character device";
-  if (S_ISBLK(mode)) return "a block device";
-  if (S_ISSOCK(mode)) return "a socket";
-  return "a special file";
 }
 
 // A stream over the caller's text, so that the parser reads it without a copy.
@@ -528,8 +519,8 @@ std::unique_ptr<TVxXIniReader> TVxXIniReader::FromFile(const std::string& path) 
   if (ok && !S_ISREG(info.st_mode)) {
     ::close(fd);
     throw TVxXIniReadError(path, 0, 0, std::string(),
-                           std::string("cannot read the file: it is ") + FileKind(info.st_mode) +
-                               ", not a regular file");
+                           std::string("cannot read the file: it is ") +
+                               VxFileKindText(info.st_mode) + ", not a regular file");
   }
   char chunk[65536];
   while (ok) {

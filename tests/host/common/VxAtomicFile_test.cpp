@@ -1,6 +1,7 @@
 // VxSaveFileAtomically: the whole new text or, on failure, the old file as it was.
 
 #include "VxAtomicFile.h"
+#include "VxFileHelpers.h"
 
 #include <dirent.h>
 #include <sched.h>
@@ -27,29 +28,9 @@
 
 namespace {
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void Spit(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::vector<std::string> FilesIn(const std::string& folder) {
-  std::vector<std::string> names;
-  if (DIR* dir = ::opendir(folder.c_str())) {
-    while (const dirent* entry = ::readdir(dir)) {
-      const std::string name = entry->d_name;
-      if (name != "." && name != "..") names.push_back(name);
-    }
-    ::closedir(dir);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
+using vx_test::FilesIn;
+using vx_test::Slurp;
+using vx_test::Spit;
 
 // The message of the TVxFileSaveError that `action` throws; a test failure if it throws none.
 template <class Action>

@@ -408,7 +408,7 @@ TEST(VxXIniReader, FromFileOfAFifoWithoutWriterThrowsWithoutWaiting) {
   std::remove(path.c_str());
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   EXPECT_EQ(ReadErrorOf([&] { TVxXIniReader::FromFile(path); }),
-            path + ": cannot read the file: it is a FIFO, not a regular file");
+            path + ": cannot read the file: it is a FIFO (named pipe), not a regular file");
   std::remove(path.c_str());
 }
 

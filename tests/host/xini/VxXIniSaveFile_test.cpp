@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "VxFileHelpers.h"
 #include "VxXIni.h"
 #include "XIniTestSupport.h"
 
@@ -20,30 +21,9 @@ using xini_test::WriteErrorOf;
 
 namespace {
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void Spit(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::vector<std::string> FilesIn(const std::string& folder) {
-  std::vector<std::string> names;
-  if (DIR* dir = ::opendir(folder.c_str())) {
-    while (const dirent* entry = ::readdir(dir)) {
-      const std::string name = entry->d_name;
-      if (name != "." && name != "..") {
-        names.push_back(name);
-      }
-    }
-    ::closedir(dir);
-  }
-  return names;
-}
+using vx_test::FilesIn;
+using vx_test::Slurp;
+using vx_test::Spit;
 
 // A fresh, empty folder of its own for each test.
 class VxXIniSaveFile : public ::testing::Test {
