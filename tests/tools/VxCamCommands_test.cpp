@@ -543,3 +543,27 @@ TEST(VxCamMain, UnknownLanguage_IsUsageError) {
 }
 
 }  // namespace
+
+namespace {
+
+// A command that runs out of memory says so, in the language in force, with the content status.
+TEST(VxCamRunCommand, OutOfMemory_IsReportedAsSuch) {
+  for (const char* language : {"en", "de"}) {
+    ScopedResLanguage scope(language);
+    std::istringstream in;
+    std::ostringstream out, err;
+    vxcam::TIo io{in, out, err};
+    const int status = vxcam::RunCommand(
+        "show", "vxcam.show.summary", {}, io, [](CLI::App&) {},
+        []() -> int { throw std::bad_alloc(); });
+    EXPECT_EQ(status, vxcam::kExitInvalidContent);
+    EXPECT_EQ(err.str(), std::string("vxcam show: ") +
+                             (std::string(language) == "en"
+                                  ? "invalid content: out of memory: the input is too large for "
+                                    "this machine\n"
+                                  : "ungültiger Inhalt: Speicher erschöpft: die Eingabe ist zu "
+                                    "groß für diesen Rechner\n"));
+  }
+}
+
+}  // namespace
