@@ -45,12 +45,24 @@ void Uncounted(void* p) {
 
 }  // namespace
 
-void* operator new(std::size_t size) { return Counted(size); }
-void* operator new[](std::size_t size) { return Counted(size); }
-void operator delete(void* p) noexcept { Uncounted(p); }
-void operator delete[](void* p) noexcept { Uncounted(p); }
-void operator delete(void* p, std::size_t) noexcept { Uncounted(p); }
-void operator delete[](void* p, std::size_t) noexcept { Uncounted(p); }
+void* operator new(std::size_t size) {
+  return Counted(size);
+}
+void* operator new[](std::size_t size) {
+  return Counted(size);
+}
+void operator delete(void* p) noexcept {
+  Uncounted(p);
+}
+void operator delete[](void* p) noexcept {
+  Uncounted(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  Uncounted(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  Uncounted(p);
+}
 
 namespace {
 
@@ -140,8 +152,9 @@ void BM_DistortionLoadE_LongestTables(benchmark::State& state) {
 BENCHMARK(BM_DistortionLoadE_LongestTables)->Unit(benchmark::kMillisecond);
 
 void BM_MarkTemplatesLoadE_LongestList(benchmark::State& state) {
-  std::string text = "template_pixel_size_um: 12.5\ndefault_scan_size_mm: {x: 240, y: 240}\n"
-                     "mark_templates:\n";
+  std::string text =
+      "template_pixel_size_um: 12.5\ndefault_scan_size_mm: {x: 240, y: 240}\n"
+      "mark_templates:\n";
   for (int i = 0; i < kRows; ++i) {
     text += "  - {template_index: " + std::to_string(i + 1) +
             ", coords_cam: {x: -106.0, y: 105.9}, filename: mark_" + std::to_string(i + 1) +
@@ -178,9 +191,7 @@ void BM_Reader_ShortestEntries(benchmark::State& state) {
   std::string text = "a: [";
   for (std::uint64_t i = 0; i + 2 < kVxXIniMaxEntries; ++i) text += "1,";
   text += "1]\n";
-  MeasurePeak(state, text.size(), [&] {
-    benchmark::DoNotOptimize(TVxXIniReader::FromText(text));
-  });
+  MeasurePeak(state, text.size(), [&] { benchmark::DoNotOptimize(TVxXIniReader::FromText(text)); });
 }
 BENCHMARK(BM_Reader_ShortestEntries)->Unit(benchmark::kMillisecond)->Iterations(1);
 
@@ -188,9 +199,8 @@ BENCHMARK(BM_Reader_ShortestEntries)->Unit(benchmark::kMillisecond)->Iterations(
 void BM_TableTransform(benchmark::State& state, TDistortionType type) {
   const TVxCameraInfo camera = FilmCamera(type);
   const std::string text = Saved(camera);
-  MeasurePeak(state, text.size(), [&] {
-    benchmark::DoNotOptimize(CreateCamToMmTransform(camera));
-  });
+  MeasurePeak(state, text.size(),
+              [&] { benchmark::DoNotOptimize(CreateCamToMmTransform(camera)); });
 }
 BENCHMARK_CAPTURE(BM_TableTransform, Radial, TDistortionType::Radial)
     ->Unit(benchmark::kMillisecond);

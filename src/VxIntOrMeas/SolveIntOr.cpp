@@ -61,12 +61,12 @@ bool Fail(std::string* message, const char* key) {
 }
 
 bool AllFinite(const TVxIntOrSolution& s) {
-  const double values[] = {s.scaleXUm, s.scaleYUm, s.rotationDeg, s.shearDeg,
-                           s.perspective.x, s.perspective.y, s.originPix.x, s.originPix.y,
-                           s.rmsPix, s.rmsUm, s.sigma0Um, s.largestUm, s.largestPix,
-                           s.residualLimitUm};
-  bool finite = std::all_of(std::begin(values), std::end(values),
-                            [](double v) { return std::isfinite(v); });
+  const double values[] = {s.scaleXUm,      s.scaleYUm,       s.rotationDeg, s.shearDeg,
+                           s.perspective.x, s.perspective.y,  s.originPix.x, s.originPix.y,
+                           s.rmsPix,        s.rmsUm,          s.sigma0Um,    s.largestUm,
+                           s.largestPix,    s.residualLimitUm};
+  bool finite =
+      std::all_of(std::begin(values), std::end(values), [](double v) { return std::isfinite(v); });
   for (const TVxIntOrMarkResidual& r : s.residuals) {
     finite = finite && std::isfinite(r.residualPix.x) && std::isfinite(r.residualPix.y) &&
              std::isfinite(r.residualUm.x) && std::isfinite(r.residualUm.y) &&

@@ -20,11 +20,13 @@ std::string FormatNumber(double value, int digits) {
 }
 
 std::string FormatFixed(double value, int decimals) {
-  // Room for the sign, the 309 digits of the largest double, the point and the decimals.
-  std::string text(312 + static_cast<std::size_t>(std::max(decimals, 0)), '\0');
-  const auto result = std::to_chars(text.data(), text.data() + text.size(), value,
-                                    std::chars_format::fixed, decimals);
-  text.resize(static_cast<std::size_t>(result.ptr - text.data()));
+  // Room for the sign, the 309 digits of the largest double, the point and the decimals, on the
+  // stack: transform formats every point it maps.
+  constexpr int kMostDecimals = 64;
+  char buffer[312 + kMostDecimals];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
+                                    std::clamp(decimals, 0, kMostDecimals));
+  const std::string text(buffer, result.ptr);
   // A value that rounds to zero is shown without its sign: "0.000", not "-0.000".
   if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) return text.substr(1);
   return text;

@@ -14,7 +14,8 @@ namespace vxcam {
 
 // Shortest of %g with `digits` significant digits ("153.228", "-7.874393e-08").
 std::string FormatNumber(double value, int digits = 7);
-// Fixed point with `decimals` decimals ("-105.993000"); a value that rounds to zero has no sign.
+// Fixed point with `decimals` decimals, 0 to 64 ("-105.993000"); a value that rounds to zero has
+// no sign.
 std::string FormatFixed(double value, int decimals);
 // "x = 0 mm, y = 0.007 mm" in the units given.
 std::string FormatPoint(const vec_t_<double, 2>& p, const std::string& unit);
