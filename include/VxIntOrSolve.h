@@ -4,15 +4,17 @@
 // with a report to judge it by.
 //
 // Pixel coordinates: x is the column, y the row, (0, 0) the centre of the top-left pixel, rows
-// counted downwards. Camera coordinates: millimetres of the camera system (the system of the
-// fiducial marks and of the principal point), x to the right, y upwards. Every solution
-// therefore contains the flip of y. Angles of the report are degrees counter-clockwise.
+// counted downwards (TVxIntOrSolveOptions::pixelYAxis lets y count upwards instead). Camera
+// coordinates: millimetres of the camera system (the system of the fiducial marks and of the
+// principal point), x to the right, y upwards. Every solution therefore contains the flip of y.
+// Angles of the report are degrees counter-clockwise.
 //
 // How each kind of camera is solved (docs/interior-orientation.md has the formulas):
 // - Fiducials: least squares over every measured mark, each paired with the first of the
 //   camera's fiducials with its index, by the record's transformType: Similarity (4 unknowns, at
 //   least 2 distinct fiducials), Affine (6, at least 3) or Projective (8, at least 4). The
-//   squares minimised are those of the residuals in pixels. A similarity is fitted with and
+//   squares minimised are those of the residuals in pixels, or in camera millimetres as
+//   TVxIntOrSolveOptions::minimise chooses. A similarity is fitted with and
 //   without a reflection and the better one taken; with exactly two marks they fit equally well
 //   and the one without reflection is taken. A transformType outside the enumeration is fitted
 //   as Affine, the record's default.
@@ -31,6 +33,7 @@
 // The rotation of an image against the camera, as in TCamRotate, is counter-clockwise: at
 // rotation 90 the camera's +x axis points up the image.
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -42,6 +45,66 @@
 #include "VxTransformHandle.h"
 #include "VxVec.h"
 
+class TVxXIniReader;
+class TVxXIniWriter;
+
+// Which way the y axis of the measured pixel coordinates points.
+enum class TVxPixelYAxis : std::int32_t {
+  // y counts the rows downwards; (0, 0) is the centre of the top-left pixel.
+  Down = 0,
+  // y counts upwards, as in reports whose image origin is the lower-left corner.
+  Up = 1,
+};
+
+// Where a fiducial fit minimises the sum of squared residuals.
+enum class TVxResidualSpace : std::int32_t {
+  // In pixels: the calibrated marks mapped onto the measured ones (camToPix is fitted).
+  Pixels = 0,
+  // In camera millimetres: the measured marks mapped onto the calibrated ones (pixToCam is
+  // fitted), as some calibration and orientation reports publish their affine.
+  Camera = 1,
+};
+
+// A solved pixel-to-camera map as coefficients, with the convention of its pixel axes: what a
+// program needs to map pixels without solving again, and what a file keeps.
+//   w = m6 x + m7 y + m8,  x_mm = (m0 x + m1 y + m2) / w,  y_mm = (m3 x + m4 y + m5) / w
+// An affine map has (m6, m7, m8) = (0, 0, 1) exactly; a projective map is scaled to m8 = 1.
+struct VXCAMERAUTILS_EXPORT TVxPixToCamMap {
+  std::array<double, 9> matrix{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+  // The pixel axes (x, y) of the matrix.
+  TVxPixelYAxis pixelYAxis = TVxPixelYAxis::Down;
+  // What the fit that made the map minimised; kept to be reported, not used.
+  TVxResidualSpace minimisedIn = TVxResidualSpace::Pixels;
+
+  bool IsAffine() const;
+  // The inverse matrix (camera millimetres to pixels), affine when the map is, else scaled to
+  // m8 = 1. Throws std::invalid_argument when the matrix holds a value that is not finite or is
+  // singular.
+  std::array<double, 9> InverseMatrix() const;
+  // The map and its inverse as transforms: TAffineTransform or TProjectiveTransform. Throw as
+  // InverseMatrix does.
+  TransformHandle CreatePixToCam() const;
+  TransformHandle CreateCamToPix() const;
+
+  // Writes the map into the writer's current section:
+  //   pixel_y_axis: Down|Up, minimised_in: Pixels|Camera,
+  //   pix_to_cam: {x: [m0, m1, m2], y: [m3, m4, m5], w: [m6, m7, m8]}
+  void SaveE(TVxXIniWriter* writer) const;
+  // Reads what SaveE writes and replaces the whole record. pix_to_cam with x and y is required;
+  // w, pixel_y_axis and minimised_in may be left out (an affine map, Down, Pixels). Throws the
+  // reader's error naming file, line, column and key for a missing key, an unknown word, a row
+  // that is not three finite numbers, a w of an affine-looking map that is not scaled to
+  // m8 = 1, or a singular matrix; on a throw the record is unchanged.
+  void LoadE(TVxXIniReader* reader);
+};
+
+// The file texts of the enumerations above ("Down", "Up"; "Pixels", "Camera"), and back: the
+// readers give std::nullopt for a word they do not know.
+VXCAMERAUTILS_EXPORT const char* PixelYAxisToText(TVxPixelYAxis axis);
+VXCAMERAUTILS_EXPORT std::optional<TVxPixelYAxis> TextToPixelYAxis(const std::string& text);
+VXCAMERAUTILS_EXPORT const char* ResidualSpaceToText(TVxResidualSpace space);
+VXCAMERAUTILS_EXPORT std::optional<TVxResidualSpace> TextToResidualSpace(const std::string& text);
+
 // What the caller may set.
 struct TVxIntOrSolveOptions {
   // A mark whose residual is longer than this, in micrometres, is reported. 0 or less (the
@@ -52,6 +115,17 @@ struct TVxIntOrSolveOptions {
   // fails. From its linear start the fit needs only a few; the limit guards against marks that
   // no projective map fits.
   int maxIterations = 50;
+  // The axes of the measured pixel coordinates, and of everything in pixels that the solution
+  // gives back (the transforms' pixel side, originPix, the residuals in pixels, the marks'
+  // residualsPix). With Up, y counts upwards from any origin of the measurer's choice: a fit
+  // places the image wherever its origin lies, and the description of the image (scales,
+  // rotation, shear, mirroring, warnings) is the same as for the rows counted downwards. A
+  // Digital camera has nothing measured to place it: Up puts (0, 0) at the centre of its
+  // lower-left pixel.
+  TVxPixelYAxis pixelYAxis = TVxPixelYAxis::Down;
+  // Where a fiducial fit minimises the residuals. The other kinds of camera are solved exactly
+  // from their marks and ignore it.
+  TVxResidualSpace minimise = TVxResidualSpace::Pixels;
 };
 
 // The residual of one measured mark. Residuals are "predicted minus measured": the measured
@@ -85,9 +159,12 @@ struct TVxIntOrSolution {
   // CreateCamToMmTransform continues from the camera system.
   TransformHandle pixToCam;
   TransformHandle camToPix;
+  // pixToCam as coefficients, with the options' pixel axes and residual space.
+  TVxPixToCamMap map;
 
   // The transform in a person's terms, read from where the pixel axes land in the camera system
-  // (for a projective fit, from its derivative at the camera origin):
+  // (for a projective fit, from its derivative at the camera origin), the rows counted
+  // downwards whatever the options' pixel axes:
   // length of one pixel step along x (a column) and along y (a row), micrometres per pixel;
   double scaleXUm = 0.0;
   double scaleYUm = 0.0;
@@ -102,7 +179,8 @@ struct TVxIntOrSolution {
   // whether the image is mirrored: its rows must be read in reverse order to show the camera
   // unmirrored. rotationDeg and shearDeg describe that unmirrored image;
   bool mirrored = false;
-  // of a projective fit, the perspective terms h6, h7 of pixToCam with h8 = 1 (per pixel);
+  // of a projective fit, the perspective terms h6, h7 of pixToCam (in the options' pixel axes)
+  // with h8 = 1 (per pixel);
   // (0, 0) otherwise;
   vec_t_<double, 2> perspective;
   // where the camera origin (0, 0) lies on the image, pixels.

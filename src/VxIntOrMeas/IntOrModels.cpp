@@ -52,24 +52,35 @@ const char* SolveFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera
   std::vector<TPoint> cn, qn;
   TMatrix nc{}, nq{};
   if (!Normalise(cam, &cn, &nc) || !Normalise(q, &qn, &nq)) return "global.Err_IntOrDegenerate";
+  // Residuals in pixels: the calibrated marks are fitted onto the measured ones (camToPix);
+  // in camera millimetres: the measured marks onto the calibrated ones (pixToCam).
+  const bool inCamera = options.minimise == TVxResidualSpace::Camera;
+  const std::vector<TPoint>& from = inCamera ? qn : cn;
+  const std::vector<TPoint>& to = inCamera ? cn : qn;
   TMatrix fitted{};
   switch (type) {
     case TTransformType::Similarity:
-      fitted = FitSimilarity(cn, qn);
+      fitted = FitSimilarity(from, to);
       model->unknowns = 4;
       break;
     case TTransformType::Projective:
-      if (const char* failure = FitProjective(cn, qn, options.maxIterations, &fitted)) {
+      if (const char* failure = FitProjective(from, to, options.maxIterations, &fitted)) {
         return failure;
       }
       model->unknowns = 8;
       model->projective = true;
       break;
     default:  // Affine, and a type outside the enumeration as the record's default
-      if (!FitAffine(cn, qn, &fitted)) return "global.Err_IntOrDegenerate";
+      if (!FitAffine(from, to, &fitted)) return "global.Err_IntOrDegenerate";
       model->unknowns = 6;
       break;
   }
+  if (!AllFinite(fitted)) return "global.Err_IntOrDegenerate";
+  const auto inverse = [&](const TMatrix& m) {
+    return model->projective ? InverseProjective(m) : InverseAffine(m);
+  };
+  // The normalised map from calibrated to measured marks, whichever way it was fitted.
+  const TMatrix normalisedCamToPix = inCamera ? inverse(fitted) : fitted;
   // Both point sets have unit spread, so a scan keeps the shape of the marks' layout: the
   // measured marks spread across as the calibrated ones do, and the fit shrinks no direction
   // much (a scanner's scales differ by far less than a factor 1000). Marks that collapse onto
@@ -77,10 +88,17 @@ const char* SolveFiducials(const TVxIntOrMeas& meas, const TVxCameraInfo& camera
   // Calibrated marks on one line (two marks of a similarity) have no breadth to keep.
   const double breadth = ThinnestSpread(cn);
   if ((breadth >= kMinNormalisedScale && ThinnestSpread(qn) < kMinNormalisedScale * breadth) ||
-      !(SmallestSingularValueAtOrigin(fitted) >= kMinNormalisedScale)) {
+      !(SmallestSingularValueAtOrigin(normalisedCamToPix) >= kMinNormalisedScale)) {
     return "global.Err_IntOrDegenerate";
   }
-  model->camToPix = Multiply(kFlipY, Multiply(Denormalisation(nq), Multiply(fitted, nc)));
+  // kFlipY is its own inverse: it takes pixels to the y-up frame q and back.
+  if (inCamera) {
+    model->pixToCam = Multiply(Denormalisation(nc), Multiply(fitted, Multiply(nq, kFlipY)));
+    model->camToPix = inverse(model->pixToCam);
+  } else {
+    model->camToPix = Multiply(kFlipY, Multiply(Denormalisation(nq), Multiply(fitted, nc)));
+    model->pixToCam = inverse(model->camToPix);
+  }
   model->markCam = cam;
   model->rotationFromMarks = true;
   model->scaleFromMarks = true;

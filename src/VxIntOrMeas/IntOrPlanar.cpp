@@ -26,11 +26,15 @@ TMatrix InverseAffine(const TMatrix& m) {
   return Affine(i00, i01, -(i00 * m[2] + i01 * m[5]), i10, i11, -(i10 * m[2] + i11 * m[5]));
 }
 
+TMatrix Adjugate(const TMatrix& m) {
+  return {m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8], m[1] * m[5] - m[2] * m[4],
+          m[5] * m[6] - m[3] * m[8], m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
+          m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
+}
+
 // The inverse of a projective matrix, scaled so that its last element is 1.
 TMatrix InverseProjective(const TMatrix& m) {
-  TMatrix adj = {m[4] * m[8] - m[5] * m[7], m[2] * m[7] - m[1] * m[8], m[1] * m[5] - m[2] * m[4],
-                 m[5] * m[6] - m[3] * m[8], m[0] * m[8] - m[2] * m[6], m[2] * m[3] - m[0] * m[5],
-                 m[3] * m[7] - m[4] * m[6], m[1] * m[6] - m[0] * m[7], m[0] * m[4] - m[1] * m[3]};
+  TMatrix adj = Adjugate(m);
   const double last = adj[8];
   for (double& v : adj) v /= last;
   return adj;

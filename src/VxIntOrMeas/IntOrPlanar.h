@@ -28,6 +28,8 @@ constexpr TMatrix kFlipY = Affine(1.0, 0.0, 0.0, 0.0, -1.0, 0.0);
 TMatrix Multiply(const TMatrix& a, const TMatrix& b);
 // The inverse of an affine matrix, kept affine (its last row exactly 0, 0, 1).
 TMatrix InverseAffine(const TMatrix& m);
+// The adjugate: the inverse times the determinant.
+TMatrix Adjugate(const TMatrix& m);
 // The inverse of a projective matrix, scaled so that its last element is 1.
 TMatrix InverseProjective(const TMatrix& m);
 // The image of p.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "FiducialLookup.h"
@@ -55,6 +56,52 @@ const char* CheckInput(const TVxIntOrMeas& meas, const TVxCameraInfo& camera) {
   }
 }
 
+// The map from pixel coordinates whose y counts upwards to rows counted downwards, its own
+// inverse: the flip of y. A Digital image's y counted up has its origin at the centre of its
+// lower-left pixel; the image is as high as the sensor, or as wide when turned a quarter.
+TMatrix YUpToRows(const TVxIntOrMeas& meas, const TVxCameraInfo& camera) {
+  double lastRow = 0.0;
+  if (camera.cameraType == TCameraType::Digital) {
+    const bool quarterTurned =
+        meas.rotation == TCamRotate::Rotate90 || meas.rotation == TCamRotate::Rotate270;
+    lastRow = static_cast<double>(quarterTurned ? camera.sensorDims.x : camera.sensorDims.y) - 1.0;
+  }
+  return Affine(1.0, 0.0, 0.0, 0.0, -1.0, lastRow);
+}
+
+TVxIntOrMeas MarksInRows(const TVxIntOrMeas& meas, const TMatrix& flip) {
+  TVxIntOrMeas rows = meas;
+  for (TVxIntOrMeas::TMarkMeas& mark : rows.marks) mark.coordsPix = Apply(flip, mark.coordsPix);
+  return rows;
+}
+
+// The maps, the origin, the perspective terms and the residuals in pixels taken from rows to
+// the caller's y-up axes; the description of the image stays that of its rows.
+void ExpressInCallerAxes(const TVxIntOrMeas& meas, const TMatrix& flip, TModel* model,
+                         TVxIntOrSolution* s) {
+  model->pixToCam = Multiply(model->pixToCam, flip);
+  model->camToPix = Multiply(flip, model->camToPix);
+  s->originPix = Apply(flip, s->originPix);
+  if (model->projective) {
+    s->perspective = {model->pixToCam[6] / model->pixToCam[8],
+                      model->pixToCam[7] / model->pixToCam[8]};
+  }
+  for (std::size_t i = 0; i < s->residuals.size(); ++i) {
+    s->residuals[i].coordsPix = meas.marks[i].coordsPix;
+    s->residuals[i].residualPix.y = -s->residuals[i].residualPix.y;
+  }
+}
+
+// A matrix as a transform; a projective one is scaled to h8 = 1 first.
+TransformHandle MakeHandle(const TMatrix& m, bool projective) {
+  if (projective) {
+    TMatrix scaled = m;
+    for (double& v : scaled) v /= m[8];
+    return MakeTransformHandle<TProjectiveTransform>(scaled);
+  }
+  return MakeTransformHandle<TAffineTransform>(m[0], m[1], m[2], m[3], m[4], m[5]);
+}
+
 bool Fail(std::string* message, const char* key) {
   if (message != nullptr) *message = Text(key);
   return false;
@@ -88,25 +135,26 @@ bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
   }
   if (const char* failure = CheckInput(*meas, camera)) return Fail(message, failure);
 
+  // Solved with the rows counted downwards, then expressed in the caller's pixel axes.
+  const TMatrix flip = YUpToRows(*meas, camera);
+  std::optional<TVxIntOrMeas> flipped;
+  if (options.pixelYAxis == TVxPixelYAxis::Up) flipped = MarksInRows(*meas, flip);
+  const TVxIntOrMeas& rows = flipped ? *flipped : *meas;
   TModel model;
   const char* failure = nullptr;
   switch (camera.cameraType) {
     case TCameraType::Fiducials:
-      failure = SolveFiducials(*meas, camera, options, &model);
-      if (failure == nullptr) {
-        model.pixToCam =
-            model.projective ? InverseProjective(model.camToPix) : InverseAffine(model.camToPix);
-      }
+      failure = SolveFiducials(rows, camera, options, &model);
       break;
     case TCameraType::PrincipalPoint:
-      SolvePrincipalPoint(*meas, camera, &model);
+      SolvePrincipalPoint(rows, camera, &model);
       break;
     case TCameraType::Cross:
     case TCameraType::CalibratedCross:
-      failure = SolveCross(*meas, camera, &model);
+      failure = SolveCross(rows, camera, &model);
       break;
     default:  // Digital: IntOrReady admits no other type
-      SolveDigital(*meas, camera, &model);
+      SolveDigital(rows, camera, &model);
       break;
   }
   if (failure != nullptr) return Fail(message, failure);
@@ -117,21 +165,16 @@ bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
   }
 
   TVxIntOrSolution result;
-  if (model.projective) {
-    result.pixToCam = MakeTransformHandle<TProjectiveTransform>(model.pixToCam);
-    TMatrix camToPix = model.camToPix;
-    for (double& v : camToPix) v /= model.camToPix[8];
-    result.camToPix = MakeTransformHandle<TProjectiveTransform>(camToPix);
-  } else {
-    const TMatrix& p = model.pixToCam;
-    const TMatrix& c = model.camToPix;
-    result.pixToCam = MakeTransformHandle<TAffineTransform>(p[0], p[1], p[2], p[3], p[4], p[5]);
-    result.camToPix = MakeTransformHandle<TAffineTransform>(c[0], c[1], c[2], c[3], c[4], c[5]);
-  }
   result.originPix = Apply(model.camToPix, {0.0, 0.0});
   DescribeTransform(model.pixToCam, &result);
-  AddResiduals(*meas, model, options, &result);
-  AddWarnings(*meas, camera, model, &result);
+  AddResiduals(rows, model, options, &result);
+  AddWarnings(rows, camera, model, &result);
+  if (options.pixelYAxis == TVxPixelYAxis::Up) ExpressInCallerAxes(*meas, flip, &model, &result);
+  result.map.matrix = model.pixToCam;
+  result.map.pixelYAxis = options.pixelYAxis;
+  result.map.minimisedIn = options.minimise;
+  result.pixToCam = MakeHandle(model.pixToCam, model.projective);
+  result.camToPix = MakeHandle(model.camToPix, model.projective);
   // Marks so far out that the report's arithmetic overflows give no result to report.
   if (!AllFinite(result)) return Fail(message, "global.Err_IntOrNotFinite");
 

@@ -8,6 +8,7 @@
 
 #include "VxCameraInfo.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 
 namespace vx_test {
 
@@ -79,6 +80,13 @@ inline std::string RecordBytes(const TVxIntOrMeas& m) {
   for (const auto& mark : m.marks) b.Add(mark.index).Add(mark.coordsPix).Add(mark.residualsPix);
   b.Add(m.scanResolution).Add(m.resolutionUnits);
   b.Add(m.rotation).Add(m.transformType);
+  return b.Str();
+}
+
+inline std::string RecordBytes(const TVxPixToCamMap& map) {
+  TBytes b;
+  for (const double v : map.matrix) b.Add(v);
+  b.Add(map.pixelYAxis).Add(map.minimisedIn);
   return b.Str();
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <random>
 #include <vector>
 
 #include "VxAffineTransform.h"
@@ -156,6 +157,50 @@ inline TMatrix Inverse(const TMatrix& m) {
   const double last = adj[8];
   for (double& v : adj) v /= last;
   return adj;
+}
+
+// Eight marks of a 230 mm film camera: four corners and four midsides, slightly off their
+// nominal places as calibrated marks are.
+inline TVxCameraInfo EightMarkCamera() {
+  TVxCameraInfo camera;
+  camera.cameraType = TCameraType::Fiducials;
+  camera.focus = 153.228;
+  const double marks[8][2] = {{-105.993, -106.006}, {106.001, 106.002}, {-106.015, 105.982},
+                              {106.015, -106.006},  {-112.998, 0.012},  {113.004, -0.009},
+                              {0.017, 112.991},     {-0.011, -113.012}};
+  for (int i = 0; i < 8; ++i) {
+    TVxCameraInfo::TFiducial f;
+    f.index = i + 1;
+    f.coordsCam = {marks[i][0], marks[i][1]};
+    camera.fiducials.push_back(f);
+  }
+  return camera;
+}
+
+// The measurements of every fiducial where `camToPix` puts it, plus optional noise.
+inline TVxIntOrMeas ScanOf(const TVxCameraInfo& camera, const TMatrix& camToPix,
+                           TTransformType type, const std::vector<TPoint>& noise = {}) {
+  TVxIntOrMeas meas;
+  meas.cameraType = TCameraType::Fiducials;
+  meas.rotation = TCamRotate::Rotate0;
+  meas.transformType = type;
+  for (std::size_t i = 0; i < camera.fiducials.size(); ++i) {
+    TVxIntOrMeas::TMarkMeas mark;
+    mark.index = camera.fiducials[i].index;
+    mark.coordsPix = Apply(camToPix, camera.fiducials[i].coordsCam);
+    if (i < noise.size()) mark.coordsPix += noise[i];
+    meas.marks.push_back(mark);
+  }
+  return meas;
+}
+
+// Measuring noise of a few tenths of a pixel, fixed seed.
+inline std::vector<TPoint> Noise(unsigned seed, std::size_t n) {
+  std::mt19937 random(seed);
+  std::normal_distribution<double> pixels(0.0, 0.3);
+  std::vector<TPoint> noise;
+  for (std::size_t i = 0; i < n; ++i) noise.push_back({pixels(random), pixels(random)});
+  return noise;
 }
 
 }  // namespace solve_test
