@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -19,6 +20,7 @@
 #include "VxCameraInfo.h"
 #include "VxCameraMath.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 #include "VxResourceGuards.h"
 #include "VxResourceLimit.h"
 #include "VxXIni.h"
@@ -308,6 +310,67 @@ TEST_F(VxCamCommands, Solve_Output_IsTheMeasurementsWithTheLibrarysResiduals) {
     EXPECT_GT(written.marks[i].residualsPix.Length(), 0.01);  // the scan has residuals to keep
   }
   EXPECT_THAT(run.out, HasSubstr("Written: " + Path("solved.yaml") + "\n"));
+}
+
+// A report that counts image y upwards from the lower-left pixel and fits the calibrated marks
+// to the measured ones in millimetres publishes this affine for the RC10 scan of the examples
+// (examples/measurements/rc10_scan_y_up.yaml). Its coefficients were worked out apart from the
+// library: the normal equations of calibrated = A (x, y) + t over the four marks, solved in exact
+// rational arithmetic and rounded to 15 significant digits.
+//   x [mm] = 0.0125001683666733 x + 2.62725113496291e-05 y - 120.604814390153
+//   y [mm] = -2.62523504660874e-05 x + 0.0125001931889119 y - 120.235912764078
+TEST_F(VxCamCommands, Solve_YUpMinimisedInMillimetres_ReproducesAPublishedAffine) {
+  const CommandRun run =
+      Call(vxcam::RunSolve, {kRadial, kExamples + "/measurements/rc10_scan_y_up.yaml", "--y-up",
+                             "--minimise", "camera", "--json"});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  const auto json = nlohmann::json::parse(run.out);
+  const double published[2][3] = {{0.0125001683666733, 2.62725113496291e-05, -120.604814390153},
+                                  {-2.62523504660874e-05, 0.0125001931889119, -120.235912764078}};
+  for (std::size_t row = 0; row < 2; ++row) {
+    for (std::size_t k = 0; k < 3; ++k) {
+      const double value = json["pix_to_cam"][row][k].get<double>();
+      // Agreement to 1e-12 mm over the scan's 20 000 pixels: 5e-17 mm per pixel for the linear
+      // terms, 1e-12 mm for the shift (the published rounding is 1e-15 of the largest term).
+      EXPECT_NEAR(value, published[row][k], k < 2 ? 5e-17 : 1e-12)
+          << "row " << row << ", coefficient " << k;
+    }
+  }
+  EXPECT_EQ(json["pixel_y_axis"], "Up");
+  EXPECT_EQ(json["minimised_in"], "Camera");
+}
+
+TEST_F(VxCamCommands, Solve_SavedMap_GivesTransformTheSolutionsPixels) {
+  const CommandRun solved =
+      Call(vxcam::RunSolve, {kRadial, kScan, "--save-transform", Path("map.yaml")});
+  ASSERT_EQ(solved.status, vxcam::kExitSuccess) << solved.err;
+  EXPECT_THAT(solved.out, HasSubstr("Written: " + Path("map.yaml") + "\n"));
+  const std::string points = "1166.6 18114.14\n9628 9616\n0 0\n";
+  const CommandRun fromMap =
+      Call(vxcam::RunTransform, {kRadial, "--measurements", Path("map.yaml"), "--precision", "9"},
+           points);
+  const CommandRun fromScan =
+      Call(vxcam::RunTransform, {kRadial, "--measurements", kScan, "--precision", "9"}, points);
+  ASSERT_EQ(fromMap.status, vxcam::kExitSuccess) << fromMap.err;
+  EXPECT_EQ(fromMap.out, fromScan.out);
+  EXPECT_EQ(fromMap.err, fromScan.err);
+  // The library reads the file back to the same map.
+  TVxPixToCamMap map;
+  map.LoadE(TVxXIniReader::FromFile(Path("map.yaml")).get());
+  TVxIntOrMeas measurements = vxcam::LoadMeasurements(kScan);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(&measurements, vxcam::LoadCamera(kRadial), &solution, nullptr));
+  EXPECT_EQ(map.matrix, solution.map.matrix);
+}
+
+TEST_F(VxCamCommands, Solve_MapToStandardOutput_IsTheFileAlone) {
+  const CommandRun run = Call(vxcam::RunSolve, {kRadial, kScan, "--save-transform", "-"});
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  TVxPixToCamMap map;
+  map.LoadE(TVxXIniReader::FromText(run.out).get());
+  EXPECT_TRUE(map.IsAffine());
+  EXPECT_THAT(run.err, HasSubstr("Pixels to camera"));
+  EXPECT_THAT(run.out, Not(HasSubstr("Written")));
 }
 
 TEST_F(VxCamCommands, Solve_NotSolvable_IsCheckFailedAndWritesNothing) {

@@ -73,8 +73,8 @@ int RunCheck(const TArgs& args, TIo& io) {
         AddJsonFlag(app, json);
       },
       [&] {
-        const TVxCameraInfo camera = LoadCamera(cameraPath);
-        const TCheckResult result = Check(LoadMeasurements(measurementsPath), camera);
+        const TVxCameraInfo camera = LoadCamera(cameraPath, io);
+        const TCheckResult result = Check(LoadMeasurements(measurementsPath, io), camera);
         if (json)
           WriteJson(io.out, ResultToJson(result));
         else

@@ -95,7 +95,7 @@ int RunFit(const TArgs& args, TIo& io) {
         AddJsonFlag(app, json);
       },
       [&] {
-        TVxCameraInfo camera = LoadCamera(cameraPath);
+        TVxCameraInfo camera = LoadCamera(cameraPath, io);
         TFit fit = Fit(camera, kFitModels.at(model), radius, cameraPath);
         // An exact conversion samples nothing; a fit samples the disc the library chose.
         if (fit.maxDeviation != 0.0) ChooseDisc(camera, radius, &fit);
@@ -107,16 +107,17 @@ int RunFit(const TArgs& args, TIo& io) {
                         Text("vxcam.warning.disc_short") + " " + FormatNumber(reach) + " " +
                             UnitsCamMmUserTextAbbr() + " (" + Text(by) + ")");
         }
+        std::ostream& report = ReportStream(io, outputPath);
         if (json)
-          WriteJson(io.out, {{"radius_mm", fit.radius},
+          WriteJson(report, {{"radius_mm", fit.radius},
                              {"radius_source", fit.radiusSource},
                              {"max_deviation_um", fit.maxDeviation * 1000.0},
                              {"distortion", DistortionToJson(fit.distortion)}});
         else
-          WriteFit(io.out, fit);
+          WriteFit(report, fit);
         if (!outputPath.empty()) {
           camera.distortion = fit.distortion;
-          SaveCamera(camera, outputPath);
+          SaveCamera(camera, outputPath, io);
           if (!json) ReportWritten(io, outputPath);
         }
         return kExitSuccess;

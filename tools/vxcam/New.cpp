@@ -29,7 +29,7 @@ int RunNew(const TArgs& args, TIo& io) {
       [&] {
         SaveCamera(
             kKinds.at(kind) == TNewKind::Dmc ? CreateDefaultDMCCamera() : CreateDefaultCamera(),
-            outputPath);
+            outputPath, io);
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

@@ -1,6 +1,5 @@
 #include <optional>
 
-#include "VxAtomicFile.h"
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamPlausibility.h"
@@ -23,16 +22,17 @@ int RunPlot(const TArgs& args, TIo& io) {
         AddOutputOption(app, outputPath, "vxcam.opt.output_svg", true);
       },
       [&] {
-        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        const TVxCameraInfo camera = LoadCamera(cameraPath, io);
         for (const std::string& warning : PlausibilityWarnings(camera)) {
           ReportWarning(io, "plot", warning);
         }
         std::optional<TSolvedScan> scan;
         if (!measurementsPath.empty())
-          scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath, options);
+          scan =
+              SolveScan(camera, LoadMeasurements(measurementsPath, io), measurementsPath, options);
         const std::string svg = WithContentOf(
             cameraPath, [&] { return PlotCameraSvg(camera, scan ? &*scan : nullptr); });
-        VxSaveFileAtomically(outputPath, svg);
+        WriteOutput(outputPath, svg, io);
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

@@ -20,14 +20,14 @@ int RunScale(const TArgs& args, TIo& io) {
         AddOutputOption(app, outputPath, "vxcam.opt.output_camera", true);
       },
       [&] {
-        TVxCameraInfo camera = LoadCamera(cameraPath);
+        TVxCameraInfo camera = LoadCamera(cameraPath, io);
         ApplyDistortionMultiplier(&camera.distortion, factor);
         // A finite factor can still carry a value past the range of numbers ("1e300 times").
         if (!DistortionIsFinite(camera.distortion)) {
           throw TContentError(cameraPath + ": " + Text("vxcam.error.not_finite") + ' ' +
                               FormatNumber(factor, 17));
         }
-        SaveCamera(camera, outputPath);
+        SaveCamera(camera, outputPath, io);
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

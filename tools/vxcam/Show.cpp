@@ -18,7 +18,7 @@ int RunShow(const TArgs& args, TIo& io) {
         AddJsonFlag(app, json);
       },
       [&] {
-        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        const TVxCameraInfo camera = LoadCamera(cameraPath, io);
         for (const std::string& warning : PlausibilityWarnings(camera)) {
           ReportWarning(io, "show", warning);
         }

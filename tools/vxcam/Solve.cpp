@@ -41,6 +41,7 @@ int RunSolve(const TArgs& args, TIo& io) {
   std::string cameraPath;
   std::string measurementsPath;
   std::string outputPath;
+  std::string mapPath;
   TVxIntOrSolveOptions options;
   TResolutionOption resolution;
   bool json = false;
@@ -52,22 +53,34 @@ int RunSolve(const TArgs& args, TIo& io) {
             ->required();
         AddResolutionOptions(app, resolution);
         AddResidualLimitOption(app, options.residualLimitUm);
+        AddSolveOptions(app, options);
         AddOutputOption(app, outputPath, "vxcam.opt.output_measurements", false);
+        app.add_option("--save-transform", mapPath, Text("vxcam.opt.save_transform"))
+            ->option_text(Text("vxcam.help.file"))
+            ->check(NonEmptyPath());
         AddJsonFlag(app, json);
       },
       [&] {
-        const TVxCameraInfo camera = LoadCamera(cameraPath);
-        TVxIntOrMeas measurements = LoadMeasurements(measurementsPath);
+        if (IsStandardStream(outputPath) && IsStandardStream(mapPath))
+          throw TUsageError(Text("vxcam.error.stdout_twice"));
+        const TVxCameraInfo camera = LoadCamera(cameraPath, io);
+        TVxIntOrMeas measurements = LoadMeasurements(measurementsPath, io);
         ApplyResolution(resolution, measurements);
         const TSolvedScan scan =
             SolveScan(camera, std::move(measurements), measurementsPath, options);
+        // A file sent to standard output takes it whole; the report goes to standard error.
+        std::ostream& report = ReportStream(io, IsStandardStream(mapPath) ? mapPath : outputPath);
         if (json)
-          WriteJson(io.out, SolutionToJson(scan, camera));
+          WriteJson(report, SolutionToJson(scan, camera));
         else
-          WriteRows(io.out, DescribeSolution(scan, camera));
+          WriteRows(report, DescribeSolution(scan, camera));
         if (!outputPath.empty()) {
-          SaveMeasurements(scan.measurements, outputPath);
+          SaveMeasurements(scan.measurements, outputPath, io);
           if (!json) ReportWritten(io, outputPath);
+        }
+        if (!mapPath.empty()) {
+          SavePixToCamMap(scan.solution.map, mapPath, io);
+          if (!json) ReportWritten(io, mapPath);
         }
         return kExitSuccess;
       });

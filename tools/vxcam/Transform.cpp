@@ -237,6 +237,7 @@ int RunTransform(const TArgs& args, TIo& io) {
   std::string measurementsPath;
   std::vector<double> coordinates;
   bool inverse = false;
+  TVxIntOrSolveOptions options;
   int decimals = 6;
   bool json = false;
   return RunCommand(
@@ -247,20 +248,22 @@ int RunTransform(const TArgs& args, TIo& io) {
         app.add_flag("--inverse", inverse, Text("vxcam.opt.inverse"));
         app.add_option("--measurements", measurementsPath, Text("vxcam.opt.measurements"))
             ->option_text(Text("vxcam.help.file"));
+        AddSolveOptions(app, options);
         app.add_option("--precision", decimals, Text("vxcam.opt.precision"))
             ->option_text("0..17")
             ->check(CLI::Range(0, 17));
         AddJsonFlag(app, json);
       },
       [&] {
-        const TVxCameraInfo camera = LoadCamera(cameraPath);
-        std::optional<TSolvedScan> scan;
-        if (!measurementsPath.empty()) {
-          scan = SolveScan(camera, LoadMeasurements(measurementsPath), measurementsPath,
-                           TVxIntOrSolveOptions());
-        }
+        const TVxCameraInfo camera = LoadCamera(cameraPath, io);
+        std::optional<TPixelMaps> scan;
+        if (!measurementsPath.empty())
+          scan = PixelMapsOfScan(camera, measurementsPath, options, "transform", io);
+        // Points come from standard input unless given as arguments.
+        if (coordinates.empty() && io.inTaken) throw TUsageError(Text("vxcam.error.stdin_twice"));
         const TPointChain chain = WithContentOf(cameraPath, [&] {
-          return MakePointChain(camera, scan ? &scan->solution : nullptr, inverse);
+          return MakePointChain(camera, scan ? &scan->pixToCam : nullptr,
+                                scan ? &scan->camToPix : nullptr, inverse);
         });
         TWriterSetup setup;
         const char* outer = scan ? "pixel" : "camera";

@@ -1,5 +1,7 @@
 #include "VxCamApp.h"
 
+#include "VxCamFiles.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -228,6 +230,8 @@ void ReportWarning(TIo& io, const char* command, const std::string& text) {
 }
 
 void ReportWritten(TIo& io, const std::string& path) {
+  // A file sent to standard output is not announced there among its own lines.
+  if (IsStandardStream(path)) return;
   io.out << Text("vxcam.text.written") << ' ' << path << '\n';
 }
 

@@ -74,7 +74,7 @@ CLI::Validator NonEmptyPath();
 // flush: a failure shows once the buffer of io.out is written out.
 void CheckOutput(TIo& io);
 
-// Tells the user on io.out that `path` was written.
+// Tells the user on io.out that `path` was written; nothing for "-", standard output.
 void ReportWritten(TIo& io, const std::string& path);
 
 // Writes "vxcam <command>: warning: <text>" (localised) to io.err.

@@ -24,11 +24,13 @@ enum TExitStatus : int {
   kExitInvalidContent = 4,
 };
 
-// Where a command reads and writes.
+// Where a command reads and writes. A file named "-" is standard input or output; only one
+// file of a command can be read from standard input, which `inTaken` records.
 struct TIo {
   std::istream& in;
   std::ostream& out;
   std::ostream& err;
+  bool inTaken = false;
 };
 
 using TArgs = std::vector<std::string>;

@@ -19,6 +19,13 @@ std::string FormatNumber(double value, int digits) {
   return std::string(buffer, result.ptr);
 }
 
+std::string FormatExact(double value) {
+  if (value == 0.0) return "0";
+  char buffer[32];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
 std::string FormatFixed(double value, int decimals) {
   // Room for the sign, the 309 digits of the largest double, the point and the decimals, on the
   // stack: transform formats every point it maps.

@@ -18,26 +18,26 @@ TransformHandle CreateMmToCamTransform(const TVxCameraInfo& camera) {
   return MakeCombinedTransformHandle({distortion.get(), shift.get()});
 }
 
-TPointChain MakePointChain(const TVxCameraInfo& camera, const TVxIntOrSolution* scan,
-                           bool inverse) {
+TPointChain MakePointChain(const TVxCameraInfo& camera, const TransformHandle* pixToCam,
+                           const TransformHandle* camToPix, bool inverse) {
   TPointChain chain;
   if (!inverse) {
     const TransformHandle camToMm = CreateCamToMmTransform(camera);
-    if (scan == nullptr) {
+    if (pixToCam == nullptr) {
       chain.map = camToMm;
     } else {
-      chain.toCamera = scan->pixToCam;
-      chain.map = MakeCombinedTransformHandle({scan->pixToCam.get(), camToMm.get()});
+      chain.toCamera = *pixToCam;
+      chain.map = MakeCombinedTransformHandle({pixToCam->get(), camToMm.get()});
     }
     return chain;
   }
   const TransformHandle mmToCam = CreateMmToCamTransform(camera);
   chain.toCamera = mmToCam;
-  if (scan == nullptr) {
+  if (camToPix == nullptr) {
     chain.map = mmToCam;
     chain.outputIsCamera = true;
   } else {
-    chain.map = MakeCombinedTransformHandle({mmToCam.get(), scan->camToPix.get()});
+    chain.map = MakeCombinedTransformHandle({mmToCam.get(), camToPix->get()});
   }
   return chain;
 }

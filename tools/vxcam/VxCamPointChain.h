@@ -5,7 +5,6 @@
 // the calibrated field can be told.
 
 #include "VxCameraInfo.h"
-#include "VxIntOrSolve.h"
 #include "VxTransformHandle.h"
 
 namespace vxcam {
@@ -23,8 +22,9 @@ struct TPointChain {
 // shift back by the principal point.
 TransformHandle CreateMmToCamTransform(const TVxCameraInfo& camera);
 
-// The chain of `vxcam transform`: camera -> mm; with `inverse` mm -> camera; with a solved scan,
-// pixels -> camera -> mm, or with `inverse` mm -> camera -> pixels.
-TPointChain MakePointChain(const TVxCameraInfo& camera, const TVxIntOrSolution* scan, bool inverse);
+// The chain of `vxcam transform`: camera -> mm; with `inverse` mm -> camera; with the maps of a
+// solved scan (both or neither), pixels -> camera -> mm, or with `inverse` mm -> camera -> pixels.
+TPointChain MakePointChain(const TVxCameraInfo& camera, const TransformHandle* pixToCam,
+                           const TransformHandle* camToPix, bool inverse);
 
 }  // namespace vxcam

@@ -5,11 +5,32 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "VxCamCommands.h"
 #include "VxCamFormat.h"
 #include "VxCameraInfo.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
+#include "VxTransformHandle.h"
+
+namespace CLI {
+class App;
+}
 
 namespace vxcam {
+
+// Adds the options of solving a scan that every command solving one offers: --y-up and
+// --minimise pixels|camera.
+void AddSolveOptions(CLI::App& app, TVxIntOrSolveOptions& options);
+
+// The maps between a scan's pixels and the camera system: of measurements solved with the camera,
+// or of a map that `solve --save-transform` wrote (LoadScanFile). `options` apply to solving;
+// with a map file that ignores them a warning goes to io.err.
+struct TPixelMaps {
+  TransformHandle pixToCam;
+  TransformHandle camToPix;
+};
+TPixelMaps PixelMapsOfScan(const TVxCameraInfo& camera, const std::string& path,
+                           const TVxIntOrSolveOptions& options, const char* command, TIo& io);
 
 // The measurements of one file and their solution; the measurements carry the residuals the
 // solution filled in.
