@@ -18,6 +18,7 @@
 
 #include "VxCameraInfo.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 #include "VxXIni.h"
 
 namespace {
@@ -25,7 +26,7 @@ namespace {
 const char kPage[] = "docs/file-reference.md";
 
 struct TExample {
-  std::string kind;  // camera, distortion, mark-templates, measurements
+  std::string kind;  // camera, distortion, mark-templates, measurements, pixel-map
   int line = 0;      // line of the page that holds the block's first line
   std::string text;
 };
@@ -149,6 +150,10 @@ std::string LoadAndSave(const std::string& kind, const std::string& text,
     TVxIntOrMeas measurements;
     measurements.LoadE(reader.get());
     measurements.SaveE(&writer);
+  } else if (kind == "pixel-map") {
+    TVxPixToCamMap map;
+    map.LoadE(reader.get());
+    map.SaveE(&writer);
   } else {
     throw std::invalid_argument("no loader for the kind '" + kind + "'");
   }
@@ -291,13 +296,13 @@ std::vector<std::pair<TExample, std::string>> LoadedExamples() {
 }  // namespace
 
 TEST(FileReference, HasAKeyTableOfEveryKind) {
-  for (const char* table :
-       {"camera", "distortion", "mark-templates", "mark-templates-saved", "measurements"}) {
+  for (const char* table : {"camera", "distortion", "mark-templates", "mark-templates-saved",
+                            "measurements", "pixel-map"}) {
     const auto found = Reference().tables.find(table);
     ASSERT_NE(found, Reference().tables.end()) << "no table marked <!-- keys: " << table << " -->";
     EXPECT_GE(found->second.size(), 3u) << table;
   }
-  EXPECT_EQ(Reference().tables.size(), 5u);
+  EXPECT_EQ(Reference().tables.size(), 6u);
 }
 
 TEST(FileReference, EveryExampleLoadsWithTheStrictLoader) {
@@ -387,7 +392,8 @@ TEST(FileReference, EveryKeyOfTheTablesIsUsedByAnExample) {
       used[TableOf(example.kind, path)].insert(KeyOf(example.kind, path));
     }
   }
-  for (const char* table : {"camera", "distortion", "mark-templates", "measurements"}) {
+  for (const char* table :
+       {"camera", "distortion", "mark-templates", "measurements", "pixel-map"}) {
     for (const auto& [key, row] : Reference().tables.at(table)) {
       EXPECT_EQ(used[table].count(key), 1u)
           << kPage << ":" << row.line << ": no example of the table " << table << " uses " << key;
@@ -403,7 +409,8 @@ TEST(FileReference, EveryKeyOfTheTablesIsWrittenBySavingTheExamples) {
       written[TableOf(table, path)].insert(KeyOf(table, path));
     }
   }
-  for (const char* table : {"camera", "distortion", "mark-templates-saved", "measurements"}) {
+  for (const char* table :
+       {"camera", "distortion", "mark-templates-saved", "measurements", "pixel-map"}) {
     for (const auto& [key, row] : Reference().tables.at(table)) {
       EXPECT_EQ(written[table].count(key), 1u)
           << kPage << ":" << row.line << ": saving the examples never writes " << key

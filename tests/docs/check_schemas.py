@@ -3,10 +3,11 @@
 
     check_schemas.py SOURCE_DIR                 run every check (the test)
     check_schemas.py --validate KIND FILE...    check settings files against the schema of KIND
-                                                (camera, distortion, mark-templates, measurements)
+                                                (camera, distortion, mark-templates, measurements,
+                                                pixel-map)
 
 The test converts every example file (examples/cameras, examples/measurements,
-examples/templates) and every example of docs/file-reference.md from YAML to JSON and validates
+examples/templates, the saved map of tests/tools/data) and every example of docs/file-reference.md from YAML to JSON and validates
 it; checks that broken files are refused; and checks that the schemas hold exactly the keys of
 the reference's key tables, with the same words, and require what the tables mark as required.
 
@@ -22,8 +23,9 @@ import sys
 import jsonschema
 import yaml
 
-KINDS = ("camera", "distortion", "mark-templates", "measurements")
+KINDS = ("camera", "distortion", "mark-templates", "measurements", "pixel-map")
 EXAMPLE_FOLDERS = {"cameras": "camera", "measurements": "measurements", "templates": "mark-templates"}
+EXAMPLE_FILES = {"tests/tools/data/rc10_scan_complete_map.yaml": "pixel-map"}
 
 
 # --- YAML as the settings reader takes it ----------------------------------------------------
@@ -235,6 +237,12 @@ BROKEN = [
      lambda d: rename(d, ["mark_templates", 0, "filename"], "file_name")),
     ("the names the saver writes", "mark-templates", "examples/templates/rc10_mark_templates.yaml",
      lambda d: rename(d, ["template_pixel_size_um"], "TemplatePixelSizeMkm")),
+    ("a row of two numbers", "pixel-map", "tests/tools/data/rc10_scan_complete_map.yaml",
+     lambda d: d["pix_to_cam"]["x"].pop()),
+    ("a wrong word for the y axis", "pixel-map", "tests/tools/data/rc10_scan_complete_map.yaml",
+     lambda d: assign(d, ["pixel_y_axis"], "up")),
+    ("a map without its matrix", "pixel-map", "tests/tools/data/rc10_scan_complete_map.yaml",
+     lambda d: remove(d, ["pix_to_cam"])),
 ]
 
 
@@ -271,6 +279,7 @@ def run(source):
         found = sorted((source / "examples" / folder).glob("*.yaml"))
         checks.check(len(found) > 0, "example files in examples/" + folder)
         files += [(kind, path) for path in found]
+    files += [(kind, source / path) for path, kind in EXAMPLE_FILES.items()]
     for kind, path in files:
         errors = schemas.errors(kind, yaml_to_json(path.read_text(encoding="utf-8")))
         checks.check(not errors, "%s validates as %s" % (path.relative_to(source), kind), "\n".join(errors))
@@ -292,7 +301,7 @@ def run(source):
         if errors:
             print("refused, %s: %s" % (what, errors[0]))
 
-    for table in ("camera", "distortion", "mark-templates", "measurements"):
+    for table in KINDS:
         documented = {path: row for path, row in tables.get(table, {}).items()}
         known = schema_keys(schemas.schemas[table])
         checks.check(set(known) == set(documented),
