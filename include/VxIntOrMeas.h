@@ -99,6 +99,3 @@ class VXCAMERAUTILS_EXPORT TVxIntOrMeas {
   // a ready record leaves `*message` as it was.
   bool IntOrReady(const TVxCameraInfo& camera, std::string* message) const;
 };
-
-// Solving the interior orientation from these measurements.
-#include "VxIntOrSolve.h"  // IWYU pragma: export

@@ -221,10 +221,10 @@ struct TVxIntOrSolution {
 };
 
 // Solves the interior orientation of the image that `meas` describes, with `camera`.
-// On success returns true, fills `*solution` (replacing all it held) and, for a Fiducials
-// camera, sets every mark's residualsPix to its residual; `*message` is left as it was.
-// On failure returns false, changes neither `*meas` nor `*solution`, and, if `message` is not
-// null, replaces `*message` with the localised reason:
+// On success returns true and fills `*solution` (replacing all it held); `*message` is left as
+// it was. WriteResiduals then gives the record its residuals, if it is to keep them.
+// On failure returns false, leaves `*solution` as it was, and, if `message` is not null,
+// replaces `*message` with the localised reason:
 // - the record is not ready: IntOrReady's message (a record ready with the warning that not
 //   all fiducials were measured is solved, and the warning goes into the solution);
 // - fewer distinct fiducials measured than the transform needs: "global.Err_IntOrTooFewAffine"
@@ -240,11 +240,17 @@ struct TVxIntOrSolution {
 //   the marks): "global.Err_IntOrDegenerate";
 // - a projective fit that has not converged within options.maxIterations:
 //   "global.Err_IntOrNoConvergence".
-// `meas` and `solution` must not be null. Never throws for bad data.
-VXCAMERAUTILS_EXPORT bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
+// `solution` must not be null. Never throws for bad data.
+VXCAMERAUTILS_EXPORT bool SolveIntOr(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
                                      const TVxIntOrSolveOptions& options,
                                      TVxIntOrSolution* solution, std::string* message);
 
 // The same with the default options.
-VXCAMERAUTILS_EXPORT bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
+VXCAMERAUTILS_EXPORT bool SolveIntOr(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
                                      TVxIntOrSolution* solution, std::string* message);
+
+// Sets every mark's residualsPix of a Fiducials record to its residual in `solution`, which
+// SolveIntOr made from this record (one residual per mark, in the record's order); a record of
+// another kind keeps only what its file keeps, and is left as it is. Throws
+// std::invalid_argument, changing nothing, when the solution has not one residual per mark.
+VXCAMERAUTILS_EXPORT void WriteResiduals(const TVxIntOrSolution& solution, TVxIntOrMeas* meas);

@@ -96,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   TVxIntOrMeas first = meas;
   TVxIntOrSolution solution;
   std::string message;
-  if (!SolveIntOr(&first, camera, &solution, &message)) {
+  if (!SolveIntOr(first, camera, &solution, &message)) {
     if (vx_test::RecordBytes(first) != before) Fail("a failed solve changed the record");
     if (message.empty()) Fail("a failed solve without a reason");
     return 0;
@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   TVxIntOrMeas second = meas;
   TVxIntOrSolution again;
-  if (!SolveIntOr(&second, camera, &again, nullptr)) Fail("a second solve failed");
+  if (!SolveIntOr(second, camera, &again, nullptr)) Fail("a second solve failed");
   if (vx_test::RecordBytes(second) != vx_test::RecordBytes(first) ||
       std::memcmp(&again.scaleXUm, &solution.scaleXUm, sizeof(double)) != 0 ||
       std::memcmp(&again.rmsUm, &solution.rmsUm, sizeof(double)) != 0) {

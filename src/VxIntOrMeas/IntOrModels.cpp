@@ -1,4 +1,5 @@
 #include "IntOrModels.h"
+#include "VxIntOrSolve.h"
 
 #include <array>
 #include <cmath>

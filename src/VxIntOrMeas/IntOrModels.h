@@ -8,6 +8,7 @@
 #include "IntOrPlanar.h"
 #include "VxCameraInfo.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 
 namespace vx_intor_detail {
 

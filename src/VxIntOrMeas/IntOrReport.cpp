@@ -1,4 +1,5 @@
 #include "IntOrReport.h"
+#include "VxIntOrSolve.h"
 
 #include <algorithm>
 #include <cmath>

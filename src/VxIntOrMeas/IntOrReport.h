@@ -6,6 +6,7 @@
 
 #include "IntOrModels.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 
 namespace vx_intor_detail {
 

@@ -5,6 +5,8 @@
 #include <cassert>
 #include <cmath>
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 #include "FiducialLookup.h"
@@ -124,22 +126,22 @@ bool AllFinite(const TVxIntOrSolution& s) {
 
 }  // namespace
 
-bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
+bool SolveIntOr(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
                 const TVxIntOrSolveOptions& options, TVxIntOrSolution* solution,
                 std::string* message) {
-  assert(meas != nullptr && solution != nullptr);
+  assert(solution != nullptr);
   std::string readiness;
-  if (!meas->IntOrReady(camera, &readiness)) {
+  if (!meas.IntOrReady(camera, &readiness)) {
     if (message != nullptr) *message = readiness;
     return false;
   }
-  if (const char* failure = CheckInput(*meas, camera)) return Fail(message, failure);
+  if (const char* failure = CheckInput(meas, camera)) return Fail(message, failure);
 
   // Solved with the rows counted downwards, then expressed in the caller's pixel axes.
-  const TMatrix flip = YUpToRows(*meas, camera);
+  const TMatrix flip = YUpToRows(meas, camera);
   std::optional<TVxIntOrMeas> flipped;
-  if (options.pixelYAxis == TVxPixelYAxis::Up) flipped = MarksInRows(*meas, flip);
-  const TVxIntOrMeas& rows = flipped ? *flipped : *meas;
+  if (options.pixelYAxis == TVxPixelYAxis::Up) flipped = MarksInRows(meas, flip);
+  const TVxIntOrMeas& rows = flipped ? *flipped : meas;
   TModel model;
   const char* failure = nullptr;
   switch (camera.cameraType) {
@@ -169,7 +171,7 @@ bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
   DescribeTransform(model.pixToCam, &result);
   AddResiduals(rows, model, options, &result);
   AddWarnings(rows, camera, model, &result);
-  if (options.pixelYAxis == TVxPixelYAxis::Up) ExpressInCallerAxes(*meas, flip, &model, &result);
+  if (options.pixelYAxis == TVxPixelYAxis::Up) ExpressInCallerAxes(meas, flip, &model, &result);
   result.map.matrix = model.pixToCam;
   result.map.pixelYAxis = options.pixelYAxis;
   result.map.minimisedIn = options.minimise;
@@ -178,16 +180,23 @@ bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera,
   // Marks so far out that the report's arithmetic overflows give no result to report.
   if (!AllFinite(result)) return Fail(message, "global.Err_IntOrNotFinite");
 
-  if (camera.cameraType == TCameraType::Fiducials) {
-    for (std::size_t i = 0; i < meas->marks.size(); ++i) {
-      meas->marks[i].residualsPix = result.residuals[i].residualPix;
-    }
-  }
   *solution = std::move(result);
   return true;
 }
 
-bool SolveIntOr(TVxIntOrMeas* meas, const TVxCameraInfo& camera, TVxIntOrSolution* solution,
+bool SolveIntOr(const TVxIntOrMeas& meas, const TVxCameraInfo& camera, TVxIntOrSolution* solution,
                 std::string* message) {
   return SolveIntOr(meas, camera, TVxIntOrSolveOptions(), solution, message);
+}
+
+void WriteResiduals(const TVxIntOrSolution& solution, TVxIntOrMeas* meas) {
+  if (solution.residuals.size() != meas->marks.size()) {
+    throw std::invalid_argument(
+        "WriteResiduals: the solution has " + std::to_string(solution.residuals.size()) +
+        " residuals for a record of " + std::to_string(meas->marks.size()) + " marks");
+  }
+  if (meas->cameraType != TCameraType::Fiducials) return;
+  for (std::size_t i = 0; i < meas->marks.size(); ++i) {
+    meas->marks[i].residualsPix = solution.residuals[i].residualPix;
+  }
 }

@@ -297,7 +297,8 @@ TEST_F(VxCamCommands, Solve_Output_IsTheMeasurementsWithTheLibrarysResiduals) {
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
   TVxIntOrMeas expected = vxcam::LoadMeasurements(kScan);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&expected, vxcam::LoadCamera(kRadial), &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(expected, vxcam::LoadCamera(kRadial), &solution, nullptr));
+  WriteResiduals(solution, &expected);
   // Residuals are read only into a record that already holds the Fiducials type.
   TVxIntOrMeas written;
   written.cameraType = TCameraType::Fiducials;
@@ -359,7 +360,7 @@ TEST_F(VxCamCommands, Solve_SavedMap_GivesTransformTheSolutionsPixels) {
   map.LoadE(TVxXIniReader::FromFile(Path("map.yaml")).get());
   TVxIntOrMeas measurements = vxcam::LoadMeasurements(kScan);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&measurements, vxcam::LoadCamera(kRadial), &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(measurements, vxcam::LoadCamera(kRadial), &solution, nullptr));
   EXPECT_EQ(map.matrix, solution.map.matrix);
 }
 
@@ -390,7 +391,7 @@ TEST_F(VxCamCommands, Solve_Json_HoldsTheReportOfTheLibrary) {
   TVxIntOrSolveOptions options;
   options.residualLimitUm = 0.9;
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&measurements, vxcam::LoadCamera(kRadial), options, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(measurements, vxcam::LoadCamera(kRadial), options, &solution, nullptr));
   const auto json = nlohmann::json::parse(run.out);
   EXPECT_EQ(json["scale_x_um"].get<double>(), solution.scaleXUm);
   EXPECT_EQ(json["rotation_deg"].get<double>(), solution.rotationDeg);

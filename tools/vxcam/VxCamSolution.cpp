@@ -50,8 +50,9 @@ TSolvedScan SolveScan(const TVxCameraInfo& camera, TVxIntOrMeas measurements,
                       const std::string& measurementsPath, const TVxIntOrSolveOptions& options) {
   TSolvedScan scan{std::move(measurements), {}};
   std::string reason;
-  if (!SolveIntOr(&scan.measurements, camera, options, &scan.solution, &reason))
+  if (!SolveIntOr(scan.measurements, camera, options, &scan.solution, &reason))
     throw TNotSolvedError(measurementsPath + ": " + reason);
+  WriteResiduals(scan.solution, &scan.measurements);
   return scan;
 }
 

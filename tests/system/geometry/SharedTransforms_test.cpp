@@ -13,6 +13,7 @@
 
 #include "CameraMathTestSupport.h"
 #include "VxIntOrMeas.h"
+#include "VxIntOrSolve.h"
 #include "VxTransformGrid.h"
 
 namespace {
@@ -76,7 +77,7 @@ std::vector<TShared> SharedTransforms() {
          {9628.0 + fiducial.coordsCam.x / 0.0125, 9616.0 - fiducial.coordsCam.y / 0.0125},
          {}});
   TVxIntOrSolution solution;
-  if (SolveIntOr(&scan, film, &solution, nullptr)) {
+  if (SolveIntOr(scan, film, &solution, nullptr)) {
     shared.push_back({"pixels to camera", solution.pixToCam});
     shared.push_back({"camera to pixels", solution.camToPix});
   }

@@ -141,7 +141,7 @@ TEST(BoundedTime, ChecksAndSolvingOfManyMarksAreNotQuadratic) {
     TVxIntOrSolution solution;
     std::string message;
     if (!meas.Verify(camera, &message) || !meas.IntOrReady(camera, &message) ||
-        !SolveIntOr(&solved, camera, &solution, &message)) {
+        !SolveIntOr(solved, camera, &solution, &message)) {
       throw std::runtime_error("not solved: " + message);
     }
     if (!(solution.rmsUm < 1e-6)) throw std::runtime_error("not exact");

@@ -35,7 +35,8 @@ TEST(SolveExample, TheRc10ScanGivesBackItsSimulation) {
   meas.LoadE(TVxXIniReader::FromFile(ExamplePath("measurements/rc10_scan_complete.yaml")).get());
   TVxIntOrSolution solution;
   std::string message;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, &message)) << message;
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, &message)) << message;
+  WriteResiduals(solution, &meas);
 
   EXPECT_NEAR(solution.scaleXUm, kSimulatedScaleUm, kScaleNoiseUm);
   EXPECT_NEAR(solution.scaleYUm, kSimulatedScaleUm, kScaleNoiseUm);

@@ -71,7 +71,7 @@ void ExpectWarnings(const TVxIntOrMeas& meas, const TVxCameraInfo& camera,
     TVxIntOrMeas copy = meas;
     TVxIntOrSolution solution;
     std::string message = "before";
-    ASSERT_TRUE(SolveIntOr(&copy, camera, options, &solution, &message));
+    ASSERT_TRUE(SolveIntOr(copy, camera, options, &solution, &message));
     EXPECT_EQ(message, "before");
     EXPECT_EQ(Keys(solution), keys);
     for (const auto& w : solution.warnings) {
@@ -90,21 +90,21 @@ void ExpectFailure(const TVxIntOrMeas& meas, const TVxCameraInfo& camera, const 
   const TVxCameraInfo other = FourMarkCamera();
   TVxIntOrMeas otherMeas = Scan(other, TTerms(), TTransformType::Affine);
   TVxIntOrSolution earlier;
-  ASSERT_TRUE(SolveIntOr(&otherMeas, other, &earlier, nullptr));
+  ASSERT_TRUE(SolveIntOr(otherMeas, other, &earlier, nullptr));
   for (const char* language : kLanguages) {
     SCOPED_TRACE(language);
     ScopedResLanguage scope(language);
     TVxIntOrMeas copy = meas;
     TVxIntOrSolution solution = earlier;
     std::string message = "before";
-    EXPECT_FALSE(SolveIntOr(&copy, camera, options, &solution, &message));
+    EXPECT_FALSE(SolveIntOr(copy, camera, options, &solution, &message));
     EXPECT_EQ(message, ResText(key, language));
     EXPECT_FALSE(message.empty());
     EXPECT_EQ(vx_test::RecordBytes(copy), vx_test::RecordBytes(meas));
     EXPECT_EQ(solution.pixToCam.get(), earlier.pixToCam.get());
     EXPECT_EQ(solution.residuals.size(), earlier.residuals.size());
     // Without a message: the same result, nothing else.
-    EXPECT_FALSE(SolveIntOr(&copy, camera, options, &solution, nullptr));
+    EXPECT_FALSE(SolveIntOr(copy, camera, options, &solution, nullptr));
   }
   EXPECT_NE(ResText(key, "en"), ResText(key, "de"));
 }
@@ -141,14 +141,14 @@ TEST(SolveWarnings, ARotationWithin45DegreesOfTheRecordIsNotReported) {
   terms.rotationDeg = 44.9;
   TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_TRUE(solution.warnings.empty());
   EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate0);
   // Not set: nothing to disagree with.
   terms.rotationDeg = 180.0;
   meas = Scan(camera, terms, TTransformType::Similarity);
   meas.rotation = static_cast<TCamRotate>(0);
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_TRUE(solution.warnings.empty());
   EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
 }
@@ -169,7 +169,7 @@ TEST(SolveWarnings, TheRotationWarningStartsJustPast45DegreesOnEitherSide) {
       TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
       meas.rotation = static_cast<TCamRotate>(record + 1);
       TVxIntOrSolution solution;
-      ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+      ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
       EXPECT_TRUE(solution.warnings.empty());
       EXPECT_EQ(solution.fittedRotation, meas.rotation);
 
@@ -194,7 +194,7 @@ TEST(SolveWarnings, ARecordRotationOutsideTheQuarterTurnsIsNotCompared) {
     TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
     meas.rotation = static_cast<TCamRotate>(outside);
     TVxIntOrSolution solution;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
     EXPECT_TRUE(solution.warnings.empty());
     EXPECT_EQ(solution.fittedRotation, TCamRotate::Rotate180);
   }
@@ -216,12 +216,12 @@ TEST(SolveWarnings, AScaleWithinOnePercentOrWithoutResolutionIsNotReported) {
   TVxIntOrSolution solution;
   for (const TPoint resolution : {TPoint{0.0126, 0.0124}, TPoint{0.0, 0.0}}) {
     meas.scanResolution = resolution;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
     EXPECT_TRUE(solution.warnings.empty());
   }
   meas.resolutionUnits = TResolutionUnits::Dpi;
   meas.scanResolution = {2032.0, 2032.0};
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_TRUE(solution.warnings.empty());
 }
 
@@ -244,7 +244,7 @@ TEST(SolveWarnings, TheScaleWarningStartsJustPastOnePercentAlongEitherAxis) {
           ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
         } else {
           TVxIntOrSolution solution;
-          ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+          ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
           EXPECT_TRUE(solution.warnings.empty());
         }
       }
@@ -265,7 +265,7 @@ TEST(SolveWarnings, AResolutionWithOneCoordinateZeroOrNegativeIsNotCompared) {
       SCOPED_TRACE(::testing::Message() << resolution.x << ", " << resolution.y);
       meas.resolutionUnits = units;
       meas.scanResolution = resolution;
-      ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+      ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
       EXPECT_TRUE(solution.warnings.empty());
     }
   }
@@ -284,7 +284,7 @@ TEST(SolveWarnings, ACalibratedCrossComparesItsScaleWithTheScanResolution) {
                 {4, {9600.0, 18400.0}, {}}};  // 220 mm over 17600 px: 12.5 micrometres
   meas.scanResolution = {0.0125, 0.0125};
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_TRUE(solution.warnings.empty());
   meas.scanResolution = {0.012, 0.0125};
   ExpectWarnings(meas, camera, {"global.Warn_IntOrScale"});
@@ -297,7 +297,7 @@ TEST(SolveWarnings, AResidualAboveTheCallersLimitIsReportedWithItsMark) {
   TVxIntOrSolveOptions options;
   options.residualLimitUm = 5.0;
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, options, &solution, nullptr));
   EXPECT_EQ(solution.residualLimitUm, 5.0);
   std::vector<std::int32_t> flagged;
   for (const auto& w : solution.warnings) {
@@ -328,7 +328,7 @@ TEST(SolveWarnings, TheDefaultLimitIsThreeTimesTheRmsAndAtLeastTenMicrometres) {
   for (auto& m : meas.marks) m.coordsPix += TPoint{noise(random), noise(random)};
   meas.marks[6].coordsPix.y += 5.0;
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_DOUBLE_EQ(solution.residualLimitUm, std::clamp(3.0 * solution.rmsUm, 10.0, 50.0));
   EXPECT_GT(solution.residualLimitUm, 10.0);
   ASSERT_EQ(solution.warnings.size(), 1u);
@@ -336,7 +336,7 @@ TEST(SolveWarnings, TheDefaultLimitIsThreeTimesTheRmsAndAtLeastTenMicrometres) {
   ExpectWarnings(meas, camera, {"global.Warn_IntOrLargeResidual"});
   // Without the outlier the RMS is far below 10 / 3 micrometres: the floor holds, no warning.
   meas.marks[6].coordsPix.y -= 5.0;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   EXPECT_EQ(solution.residualLimitUm, 10.0);
   EXPECT_TRUE(solution.warnings.empty());
 }
@@ -347,7 +347,7 @@ TEST(SolveWarnings, AWildlyBadFitCannotRaiseTheDefaultLimitPastFiftyMicrometres)
   // Every other mark 40 px (500 micrometres) off: 3 RMS is far above the ceiling.
   for (std::size_t i = 0; i < meas.marks.size(); i += 2) meas.marks[i].coordsPix.x += 40.0;
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   ASSERT_GT(3.0 * solution.rmsUm, 50.0);
   EXPECT_EQ(solution.residualLimitUm, 50.0);
   std::size_t above = 0;
@@ -403,7 +403,7 @@ TEST(SolveWarnings, WithoutRedundancyNoMarkIsFlaggedEvenBelowRounding) {
         c.marks < 4 ? std::vector<std::string>{"global.Warn_NotAllFidMeasured"}
                     : std::vector<std::string>{};
     TVxIntOrSolution solution;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, options, &solution, nullptr));
     EXPECT_EQ(solution.redundancy, 0);
     EXPECT_EQ(solution.sigma0Um, 0.0);
     EXPECT_EQ(solution.residualLimitUm, 1e-300);
@@ -427,7 +427,7 @@ TEST(SolveWarnings, WithRedundancyResidualsAboveEvenAVeryLowLimitAreFlagged) {
   TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Similarity);
   meas.marks.resize(3);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, options, &solution, nullptr));
   EXPECT_EQ(solution.redundancy, 2);
   ASSERT_GT(solution.largestUm, options.residualLimitUm);
   std::size_t flagged = 0;
@@ -448,7 +448,7 @@ TEST(SolveWarnings, ACallersLimitOfZeroOrBelowMeansTheDefault) {
     TVxIntOrSolveOptions options;
     options.residualLimitUm = limit;
     TVxIntOrSolution solution;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, options, &solution, nullptr));
     EXPECT_EQ(solution.residualLimitUm, std::max(3.0 * solution.rmsUm, 10.0));
     EXPECT_GT(solution.largestUm, 0.5);
     EXPECT_TRUE(solution.warnings.empty());
@@ -511,7 +511,7 @@ TEST(SolveFailures, CrossMarksOtherThanOneToFourEachOnce) {
   ExpectFailure(meas, camera, "global.Err_IntOrCrossMarks");
   meas.marks[3].index = 4;
   TVxIntOrSolution solution;
-  EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
 }
 
 TEST(SolveFailures, ACalibratedCrossWithoutLengths) {
@@ -533,7 +533,7 @@ TEST(SolveFailures, ADigitalCameraWithoutPixelOrSensorSize) {
   meas.cameraType = TCameraType::Digital;
   meas.rotation = TCamRotate::Rotate0;
   TVxIntOrSolution solution;
-  EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+  EXPECT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
   camera.pixelSize.y = 0.0;
   ExpectFailure(meas, camera, "global.Err_IntOrSensor");
   camera = CreateDefaultDMCCamera();
@@ -550,7 +550,7 @@ TEST(SolveFailures, ADigitalCameraWithAnyOneSizeZeroOrAPixelSizeNegative) {
     SCOPED_TRACE(which);
     TVxCameraInfo camera = CreateDefaultDMCCamera();
     TVxIntOrSolution solution;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
     switch (which) {
       case 0:
         camera.pixelSize.x = 0.0;
@@ -657,7 +657,7 @@ TEST(SolveFailures, NearlyCollinearMarksWithInexactCoordinatesAreDegenerate) {
       } else if (type == TTransformType::Affine) {
         // A micrometre across 212 mm: an affine map is determined (poorly, but it is).
         TVxIntOrSolution solution;
-        EXPECT_TRUE(SolveIntOr(&meas, camera, &solution, nullptr));
+        EXPECT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
       }
     }
   }
@@ -716,7 +716,7 @@ TEST(SolveFailures, AScanWithAxesOfVeryDifferentScaleIsStillSolved) {
   const TVxIntOrMeas meas = Scan(camera, terms, TTransformType::Affine);
   TVxIntOrMeas copy = meas;
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&copy, camera, &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(copy, camera, &solution, nullptr));
   EXPECT_NEAR(solution.scaleXUm, 25.0, 1e-9);
   EXPECT_NEAR(solution.scaleYUm, 12.5, 1e-9);
 }
@@ -732,7 +732,7 @@ TEST(SolveFailures, AProjectiveFitThatDoesNotConvergeInTime) {
   ExpectFailure(meas, camera, "global.Err_IntOrNoConvergence", options);
   options.maxIterations = 50;
   TVxIntOrSolution solution;
-  EXPECT_TRUE(SolveIntOr(&meas, camera, options, &solution, nullptr));
+  EXPECT_TRUE(SolveIntOr(meas, camera, options, &solution, nullptr));
 }
 
 }  // namespace

@@ -109,13 +109,14 @@ TEST_P(FiducialsCountedUp, DescribeTheImageThatTheRowsDescribe) {
   TVxIntOrMeas down = NoisyScan(type, mirrored);
   TVxIntOrMeas up = CountedUp(down, origin);
   TVxIntOrSolution fromDown, fromUp;
-  ASSERT_TRUE(SolveIntOr(&down, camera, &fromDown, nullptr));
-  ASSERT_TRUE(SolveIntOr(&up, camera, YUp(), &fromUp, nullptr));
+  ASSERT_TRUE(SolveIntOr(down, camera, &fromDown, nullptr));
+  ASSERT_TRUE(SolveIntOr(up, camera, YUp(), &fromUp, nullptr));
   ExpectSameImage(fromUp, fromDown, origin);
   ExpectMapIsTheHandle(fromUp);
   EXPECT_EQ(fromUp.map.pixelYAxis, TVxPixelYAxis::Up);
   EXPECT_EQ(fromDown.map.pixelYAxis, TVxPixelYAxis::Down);
   // The record keeps its residuals in its own axes.
+  WriteResiduals(fromUp, &up);
   for (std::size_t i = 0; i < up.marks.size(); ++i) {
     EXPECT_EQ(up.marks[i].residualsPix.x, fromUp.residuals[i].residualPix.x);
     EXPECT_EQ(up.marks[i].residualsPix.y, fromUp.residuals[i].residualPix.y);
@@ -150,8 +151,8 @@ TEST(SolveCountedUp, CrossAndPrincipalPointDescribeTheSameImage) {
   for (int i = 0; i < 4; ++i) down.marks.push_back({i + 1, ends[i], {0.0, 0.0}});
   TVxIntOrMeas up = CountedUp(down, 19255.0);
   TVxIntOrSolution fromDown, fromUp;
-  ASSERT_TRUE(SolveIntOr(&down, cross, &fromDown, nullptr));
-  ASSERT_TRUE(SolveIntOr(&up, cross, YUp(), &fromUp, nullptr));
+  ASSERT_TRUE(SolveIntOr(down, cross, &fromDown, nullptr));
+  ASSERT_TRUE(SolveIntOr(up, cross, YUp(), &fromUp, nullptr));
   ExpectSameImage(fromUp, fromDown, 19255.0);
 
   TVxCameraInfo principal;
@@ -161,8 +162,8 @@ TEST(SolveCountedUp, CrossAndPrincipalPointDescribeTheSameImage) {
   down.rotation = TCamRotate::Rotate90;
   down.marks = {{1, {9610.5, 9590.25}, {0.0, 0.0}}};
   up = CountedUp(down, 0.0);
-  ASSERT_TRUE(SolveIntOr(&down, principal, &fromDown, nullptr));
-  ASSERT_TRUE(SolveIntOr(&up, principal, YUp(), &fromUp, nullptr));
+  ASSERT_TRUE(SolveIntOr(down, principal, &fromDown, nullptr));
+  ASSERT_TRUE(SolveIntOr(up, principal, YUp(), &fromUp, nullptr));
   ExpectSameImage(fromUp, fromDown, 0.0);
 }
 
@@ -177,8 +178,8 @@ TEST(SolveCountedUp, ADigitalImageCountsUpFromTheCentreOfItsLowerLeftPixel) {
     meas.cameraType = TCameraType::Digital;
     meas.rotation = rotation;
     TVxIntOrSolution down, up;
-    ASSERT_TRUE(SolveIntOr(&meas, camera, &down, nullptr));
-    ASSERT_TRUE(SolveIntOr(&meas, camera, YUp(), &up, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, &down, nullptr));
+    ASSERT_TRUE(SolveIntOr(meas, camera, YUp(), &up, nullptr));
     // The image is as high as the sensor, or as wide when turned a quarter.
     const double lastRow = rotation == TCamRotate::Rotate0 ? 13823.0 : 7679.0;
     ExpectSameImage(up, down, lastRow);
@@ -217,7 +218,7 @@ TEST(SolveInCamera, AffineAgreesWithTheNormalEquationsOfMeasuredOntoCalibrated) 
   const TVxCameraInfo camera = EightMarkCamera();
   TVxIntOrMeas meas = NoisyScan(TTransformType::Affine, false);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, InCamera(), &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, InCamera(), &solution, nullptr));
   const TMatrix expected = CameraSpaceAffine(camera, meas);
   for (std::size_t i = 0; i < meas.marks.size(); ++i) {
     const TPoint p = meas.marks[i].coordsPix;
@@ -240,8 +241,8 @@ TEST_P(EachSpace, FitsBestWhereItMinimises) {
   TVxIntOrMeas inPixels = NoisyScan(GetParam(), true);
   TVxIntOrMeas inCamera = inPixels;
   TVxIntOrSolution pixels, cam;
-  ASSERT_TRUE(SolveIntOr(&inPixels, camera, &pixels, nullptr));
-  ASSERT_TRUE(SolveIntOr(&inCamera, camera, InCamera(), &cam, nullptr));
+  ASSERT_TRUE(SolveIntOr(inPixels, camera, &pixels, nullptr));
+  ASSERT_TRUE(SolveIntOr(inCamera, camera, InCamera(), &cam, nullptr));
   EXPECT_LE(pixels.rmsPix, cam.rmsPix * (1.0 + 1e-12));
   EXPECT_LE(cam.rmsUm, pixels.rmsUm * (1.0 + 1e-12));
   // Different fits, though close: with noise of a few tenths of a pixel they differ by about
@@ -264,8 +265,8 @@ TEST(SolveInCamera, AnExactScanIsTheSameMapEitherWay) {
   TVxIntOrMeas meas = ScanOf(camera, Inverse(PixToCam(terms)), TTransformType::Projective);
   TVxIntOrMeas same = meas;
   TVxIntOrSolution pixels, cam;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &pixels, nullptr));
-  ASSERT_TRUE(SolveIntOr(&same, camera, InCamera(), &cam, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &pixels, nullptr));
+  ASSERT_TRUE(SolveIntOr(same, camera, InCamera(), &cam, nullptr));
   ExpectTerms(cam, terms);
   ExpectSameMatrix(MatrixOf(cam.pixToCam), MatrixOf(pixels.pixToCam), {9600.0, 9600.0});
 }
@@ -277,11 +278,11 @@ TEST(SolveInCamera, MarksCollapsedOntoALineAreStillDegenerate) {
   const std::string before = vx_test::RecordBytes(meas);
   TVxIntOrSolution solution;
   std::string message;
-  EXPECT_FALSE(SolveIntOr(&meas, camera, InCamera(), &solution, &message));
+  EXPECT_FALSE(SolveIntOr(meas, camera, InCamera(), &solution, &message));
   TVxIntOrMeas again = NoisyScan(TTransformType::Affine, false);
   for (auto& mark : again.marks) mark.coordsPix.y = 100.0 + 1e-7 * mark.coordsPix.x;
   std::string pixelsMessage;
-  EXPECT_FALSE(SolveIntOr(&again, camera, &solution, &pixelsMessage));
+  EXPECT_FALSE(SolveIntOr(again, camera, &solution, &pixelsMessage));
   EXPECT_EQ(message, pixelsMessage);
   EXPECT_FALSE(message.empty());
   EXPECT_EQ(vx_test::RecordBytes(meas), before);
@@ -298,8 +299,8 @@ TEST(SolveInCamera, KindsSolvedExactlyIgnoreIt) {
   const TPoint ends[4] = {{1200.3, 9600.2}, {18000.1, 9601.4}, {9601.0, 1200.6}, {9599.2, 18000.5}};
   for (int i = 0; i < 4; ++i) meas.marks.push_back({i + 1, ends[i], {0.0, 0.0}});
   TVxIntOrSolution pixels, cam;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, &pixels, nullptr));
-  ASSERT_TRUE(SolveIntOr(&meas, camera, InCamera(), &cam, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, &pixels, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, InCamera(), &cam, nullptr));
   EXPECT_EQ(vx_test::RecordBytes(cam.map).substr(0, 72),
             vx_test::RecordBytes(pixels.map).substr(0, 72));  // the nine coefficients
   EXPECT_EQ(cam.rmsUm, pixels.rmsUm);
@@ -386,7 +387,7 @@ TEST(PixToCamMap, TheSolutionsMapReadBackGivesTheSolutionsTransforms) {
   const TVxCameraInfo camera = EightMarkCamera();
   TVxIntOrMeas meas = CountedUp(NoisyScan(TTransformType::Projective, false), 19255.0);
   TVxIntOrSolution solution;
-  ASSERT_TRUE(SolveIntOr(&meas, camera, YUp(), &solution, nullptr));
+  ASSERT_TRUE(SolveIntOr(meas, camera, YUp(), &solution, nullptr));
   const TVxPixToCamMap read = vx_test::RoundTrip(solution.map);
   const TransformHandle pixToCam = read.CreatePixToCam();
   const TransformHandle camToPix = read.CreateCamToPix();
@@ -400,6 +401,34 @@ TEST(PixToCamMap, TheSolutionsMapReadBackGivesTheSolutionsTransforms) {
     EXPECT_NEAR(c.x, d.x, 1e-9);
     EXPECT_NEAR(c.y, d.y, 1e-9);
   }
+}
+
+// ---- the record and its residuals ------------------------------------------------------------
+
+TEST(WriteResiduals, GivesAFiducialsRecordItsSolutionsResidualsAndNothingElse) {
+  const TVxCameraInfo camera = EightMarkCamera();
+  TVxIntOrMeas meas = NoisyScan(TTransformType::Affine, false);
+  const std::string before = vx_test::RecordBytes(meas);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
+  EXPECT_EQ(vx_test::RecordBytes(meas), before);  // solving leaves the record alone
+  TVxIntOrMeas expected = meas;
+  for (std::size_t i = 0; i < expected.marks.size(); ++i) {
+    expected.marks[i].residualsPix = solution.residuals[i].residualPix;
+  }
+  WriteResiduals(solution, &meas);
+  EXPECT_EQ(vx_test::RecordBytes(meas), vx_test::RecordBytes(expected));
+}
+
+TEST(WriteResiduals, ASolutionOfAnotherRecordIsRefusedAndChangesNothing) {
+  const TVxCameraInfo camera = EightMarkCamera();
+  TVxIntOrMeas meas = NoisyScan(TTransformType::Affine, false);
+  TVxIntOrSolution solution;
+  ASSERT_TRUE(SolveIntOr(meas, camera, &solution, nullptr));
+  meas.marks.pop_back();
+  const std::string before = vx_test::RecordBytes(meas);
+  EXPECT_THROW(WriteResiduals(solution, &meas), std::invalid_argument);
+  EXPECT_EQ(vx_test::RecordBytes(meas), before);
 }
 
 }  // namespace

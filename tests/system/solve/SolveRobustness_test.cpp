@@ -62,7 +62,7 @@ TEST(SolveRobustness, AnyRecordEitherSolvesToFiniteFiguresOrFailsWithAMessage) {
     TVxIntOrSolution solution;
     std::string message;
     TVxIntOrMeas copy = meas;
-    if (SolveIntOr(&copy, camera, &solution, &message)) {
+    if (SolveIntOr(copy, camera, &solution, &message)) {
       ++solved;
       EXPECT_TRUE(std::isfinite(solution.scaleXUm) && std::isfinite(solution.rotationDeg) &&
                   std::isfinite(solution.shearDeg))
