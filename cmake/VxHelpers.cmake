@@ -21,6 +21,15 @@ if(VX_SANITIZE)
   add_link_options(-fsanitize=${VX_SANITIZE})
 endif()
 
+# Optimised build types define NDEBUG; with VX_ASSERTIONS the contracts checked by assert() stay
+# in, so that a test stage catches a broken precondition rather than undefined behaviour.
+if(VX_ASSERTIONS)
+  foreach(config RELEASE RELWITHDEBINFO MINSIZEREL)
+    string(REPLACE "-DNDEBUG" "" CMAKE_CXX_FLAGS_${config} "${CMAKE_CXX_FLAGS_${config}}")
+    string(REPLACE "-DNDEBUG" "" CMAKE_C_FLAGS_${config} "${CMAKE_C_FLAGS_${config}}")
+  endforeach()
+endif()
+
 # vx_add_library(<name> SOURCES ... [INCLUDE_DIR dir] [PUBLIC_DEPS ...] [PRIVATE_DEPS ...])
 # A shared library with hidden symbols, a generated <name>_export.h with the macro
 # <NAME>_EXPORT, a versioned SONAME, C++17 required of its users, and an install rule for its

@@ -3,7 +3,7 @@
 #   1. plainly, warnings as errors (with the packaging checks);
 #   2. under ThreadSanitizer, the tests labelled "concurrency";
 #   3. with clang and libFuzzer, short runs of the fuzz targets over their corpora;
-#   4. under AddressSanitizer and UndefinedBehaviorSanitizer, every test.
+#   4. under AddressSanitizer and UndefinedBehaviorSanitizer, with assert() active, every test.
 # Ends with ctest's summary of the last run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -33,7 +33,8 @@ CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWit
 cmake --build build/fuzz -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/fuzz -R '_fuzzer_smoke$' --output-on-failure
 
-echo "== AddressSanitizer + UndefinedBehaviorSanitizer build: every test"
-configure_and_build build/asan -DVX_SANITIZE=address,undefined -DVX_BUILD_BENCHMARKS=OFF
+echo "== AddressSanitizer + UndefinedBehaviorSanitizer build, assertions on: every test"
+configure_and_build build/asan -DVX_SANITIZE=address,undefined -DVX_ASSERTIONS=ON \
+  -DVX_BUILD_BENCHMARKS=OFF
 ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build/asan -j "$jobs" --output-on-failure
