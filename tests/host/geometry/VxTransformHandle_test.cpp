@@ -49,14 +49,19 @@ TEST(TransformHandle, Handle_PointsAtTheObjectInsideItsBlock) {
 }
 
 TEST(TransformHandle, CopyAddsAReferenceAndDestroyingTheCopyRemovesIt) {
-  const TransformHandle h = MakeTransformHandle<TUnityTransform>();
+  int destroyed = 0;
   {
-    const TransformHandle copy = h;  // NOLINT(performance-unnecessary-copy-initialization)
-    EXPECT_EQ(h.use_count(), 2);
-    EXPECT_EQ(copy.first, h.first);
-    EXPECT_EQ(copy.second, h.second);
+    const TransformHandle h = MakeTransformHandle<TCountingTransform>(&destroyed);
+    {
+      const TransformHandle copy = h;  // NOLINT(performance-unnecessary-copy-initialization)
+      EXPECT_EQ(h.use_count(), 2);
+      EXPECT_EQ(copy.first, h.first);
+      EXPECT_EQ(copy.second, h.second);
+    }
+    EXPECT_EQ(h.use_count(), 1);
+    EXPECT_EQ(destroyed, 0);  // the copy's end released a reference, not the transform
   }
-  EXPECT_EQ(h.use_count(), 1);
+  EXPECT_EQ(destroyed, 1);
 }
 
 TEST(TransformHandle, Assignment_MovesTheReferenceFromTheOldTransformToTheNew) {
@@ -73,11 +78,16 @@ TEST(TransformHandle, Assignment_MovesTheReferenceFromTheOldTransformToTheNew) {
 }
 
 TEST(TransformHandle, Move_TransfersTheReferenceWithoutCounting) {
-  TransformHandle h = MakeTransformHandle<TUnityTransform>();
-  const TransformHandle moved = std::move(h);
-  EXPECT_EQ(moved.use_count(), 1);
-  EXPECT_FALSE(h);  // NOLINT(bugprone-use-after-move): a moved-from handle is empty
-  EXPECT_EQ(h.first, nullptr);
+  int destroyed = 0;
+  {
+    TransformHandle h = MakeTransformHandle<TCountingTransform>(&destroyed);
+    const TransformHandle moved = std::move(h);
+    EXPECT_EQ(moved.use_count(), 1);
+    EXPECT_FALSE(h);  // NOLINT(bugprone-use-after-move): a moved-from handle is empty
+    EXPECT_EQ(h.first, nullptr);
+    EXPECT_EQ(destroyed, 0);
+  }
+  EXPECT_EQ(destroyed, 1);  // once, by the handle that holds it; the empty one frees nothing
 }
 
 TEST(TransformHandle, LastRelease_DestroysTheTransformOnce) {
