@@ -21,6 +21,8 @@ class VXGEOMETRY_EXPORT TAffineTransform final : public TVx2DTransform {
   // True for exactly (1, 0, 0, 0, 1, 0).
   bool IsIdentity() const override;
   vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
+  // Its coefficients: a composite fuses the map into the member that follows it.
+  bool AffineCoefficients(std::array<double, 6>* coefficients) const override;
 
  private:
   TAffineTransform(const TAffineTransform&) = default;

@@ -22,13 +22,20 @@ class VXGEOMETRY_EXPORT TCombinedTransform final : public TVx2DTransform {
   const TVx2DTransform& Item(std::size_t i) const;
 
   std::unique_ptr<TVx2DTransform> Clone() const override;
-  // Maps the whole batch through each member in turn; returns the number of NaN results.
+  // Maps the whole batch through each member in turn, or through the second member's fused loop
+  // after the first where the first is an affine map and the second has one (a camera's
+  // camera-to-millimetre transform: a shift, then a distortion); returns the number of NaN
+  // results.
   std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                               std::size_t n) const override;
   const char* Name() const override;  // "combined"
   // True when every member is an identity (and for the empty composite).
   bool IsIdentity() const override;
   vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
+  // The fused loop of its members where there is one: a single member's own, or an affine map's
+  // followed by the next member's.
+  bool TransformGridAfter(const std::array<double, 6>* first, const TVxPointGrid& grid,
+                          vec_t_<double, 2>* out, std::size_t* nanCount) const override;
 
  private:
   // A deep copy: every member is cloned.

@@ -49,6 +49,12 @@ class VXGEOMETRY_EXPORT TFormulaDistortion final : public TVx2DTransform {
   // True when every coefficient that moves a point (all but p3, p4) is zero.
   bool IsIdentity() const override;
   vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
+  // One loop of eight lanes for an affine map followed by the model, over points or a grid.
+  bool TransformPointsAfter(const std::array<double, 6>* first, const vec_t_<double, 2>* in,
+                            vec_t_<double, 2>* out, std::size_t n,
+                            std::size_t* nanCount) const override;
+  bool TransformGridAfter(const std::array<double, 6>* first, const TVxPointGrid& grid,
+                          vec_t_<double, 2>* out, std::size_t* nanCount) const override;
 
  private:
   TFormulaDistortion(const TFormulaDistortion&) = default;

@@ -2,18 +2,21 @@
 // The base of every planar transform: a map of the plane onto itself, in millimetres of the
 // camera system unless the transform says otherwise.
 
+#include <array>
 #include <cstddef>
 #include <memory>
 
 #include "VxGeometry_export.h"
 #include "VxVec.h"
 
+struct TVxPointGrid;
+
 // A planar transform. Transforms are immutable after construction, so one transform may be used
 // by several threads at once. The base is abstract and not copyable: a copy of any transform,
 // whatever its class, is made by Clone().
 //
 // The order of the virtual operations is part of the interface: four operations, then
-// TransformPoint, then the destructor.
+// TransformPoint, then the destructor; the fusion hooks follow them.
 class VXGEOMETRY_EXPORT TVx2DTransform {
  public:
   TVx2DTransform& operator=(const TVx2DTransform&) = delete;
@@ -43,6 +46,27 @@ class VXGEOMETRY_EXPORT TVx2DTransform {
   virtual vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const = 0;
 
   virtual ~TVx2DTransform();
+
+  // --- Fusion hooks: how a composite and TransformGrid find one loop for several steps without
+  // knowing the classes of their members ---
+
+  // The coefficients a0..a5 when the transform is the affine map computed as
+  // (a0 x + a1 y + a2, a3 x + a4 y + a5); false (the default), `coefficients` untouched, for any
+  // other transform.
+  virtual bool AffineCoefficients(std::array<double, 6>* coefficients) const;
+
+  // "Map these points after this affine map": when the transform has one loop for the affine
+  // map with the coefficients `first` (null: none) followed by itself, maps in[0..n) into
+  // out[0..n) (in place allowed), sets *nanCount to the number of NaN results and returns true.
+  // Every result equals TransformPoint of the affine map's result for the point, bit for bit.
+  // The default has no such loop: it returns false and writes nothing.
+  virtual bool TransformPointsAfter(const std::array<double, 6>* first, const vec_t_<double, 2>* in,
+                                    vec_t_<double, 2>* out, std::size_t n,
+                                    std::size_t* nanCount) const;
+
+  // The same over the points of `grid` (as TransformGrid lays them out), generated in the loop.
+  virtual bool TransformGridAfter(const std::array<double, 6>* first, const TVxPointGrid& grid,
+                                  vec_t_<double, 2>* out, std::size_t* nanCount) const;
 
  protected:
   TVx2DTransform() = default;

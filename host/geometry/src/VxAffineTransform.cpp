@@ -30,6 +30,11 @@ bool TAffineTransform::IsIdentity() const {
          a_[5] == 0.0;
 }
 
+bool TAffineTransform::AffineCoefficients(std::array<double, 6>* coefficients) const {
+  *coefficients = a_;
+  return true;
+}
+
 vec_t_<double, 2> TAffineTransform::TransformPoint(const vec_t_<double, 2>& p) const {
   return {a_[0] * p.x + a_[1] * p.y + a_[2], a_[3] * p.x + a_[4] * p.y + a_[5]};
 }

@@ -4,7 +4,6 @@
 #include <cassert>
 #include <new>
 
-#include "VxBatch.h"
 #include "VxInverseSolver.h"
 
 TCombinedTransform::TCombinedTransform(const TCombinedTransform& other) : TVx2DTransform(other) {
@@ -27,11 +26,14 @@ std::unique_ptr<TVx2DTransform> TCombinedTransform::Clone() const {
 
 std::size_t TCombinedTransform::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                 std::size_t n) const {
-  // A camera's camera-to-millimetre transform (a shift, then a formula model): one fused loop.
-  const TFormulaDistortion* model = nullptr;
-  const TAffineTransform* first = nullptr;
-  if (vx_geometry_detail::AsFormulaChain(*this, model, first)) {
-    return vx_geometry_detail::MapFormula(*model, first, in, out, n);
+  std::array<double, 6> first;
+  std::size_t nan = 0;
+  if (members_.size() == 2 && members_[0]->AffineCoefficients(&first) &&
+      members_[1]->TransformPointsAfter(&first, in, out, n, &nan)) {
+    return nan;
+  }
+  if (members_.size() == 1 && members_[0]->TransformPointsAfter(nullptr, in, out, n, &nan)) {
+    return nan;
   }
   if (members_.empty()) {
     if (in != out) std::copy(in, in + n, out);
@@ -49,6 +51,16 @@ const char* TCombinedTransform::Name() const {
 bool TCombinedTransform::IsIdentity() const {
   return std::all_of(members_.begin(), members_.end(),
                      [](const auto& member) { return member->IsIdentity(); });
+}
+
+bool TCombinedTransform::TransformGridAfter(const std::array<double, 6>* first,
+                                            const TVxPointGrid& grid, vec_t_<double, 2>* out,
+                                            std::size_t* nanCount) const {
+  if (first != nullptr) return false;  // an affine map before the composite: no single loop
+  if (members_.size() == 1) return members_[0]->TransformGridAfter(nullptr, grid, out, nanCount);
+  std::array<double, 6> affine;
+  return members_.size() == 2 && members_[0]->AffineCoefficients(&affine) &&
+         members_[1]->TransformGridAfter(&affine, grid, out, nanCount);
 }
 
 vec_t_<double, 2> TCombinedTransform::TransformPoint(const vec_t_<double, 2>& p) const {

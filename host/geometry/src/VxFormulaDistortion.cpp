@@ -5,10 +5,9 @@
 #include <cstring>
 #include <vector>
 
-#include "VxAffineTransform.h"
-#include "VxBatch.h"
 #include "VxInverseSolver.h"
 #include "VxSimd.h"
+#include "VxTransformGrid.h"
 
 namespace {
 
@@ -417,10 +416,9 @@ struct TFormulaBatch {
   bool hasAffine;
 };
 
-TFormulaBatch MakeBatch(const TFormulaDistortion& model, const TAffineTransform* first) {
+TFormulaBatch MakeBatch(const TFormulaDistortion& model, const std::array<double, 6>* first) {
   TFormulaBatch batch{model.Coefficients(), {1.0, 0.0, 0.0, 0.0, 1.0, 0.0}, first != nullptr};
-  if (first != nullptr)
-    std::copy(first->Coefficients().begin(), first->Coefficients().end(), batch.affine);
+  if (first != nullptr) std::copy(first->begin(), first->end(), batch.affine);
   return batch;
 }
 
@@ -492,20 +490,6 @@ std::size_t MapFormulaGrid(const TFormulaBatch& batch, const TVxPointGrid& grid,
 
 }  // namespace
 
-namespace vx_geometry_detail {
-
-std::size_t MapFormula(const TFormulaDistortion& model, const TAffineTransform* first,
-                       const vec_t_<double, 2>* in, vec_t_<double, 2>* out, std::size_t n) {
-  return MapFormulaPoints(MakeBatch(model, first), in, out, n);
-}
-
-std::size_t MapFormulaGrid(const TFormulaDistortion& model, const TAffineTransform* first,
-                           const TVxPointGrid& grid, vec_t_<double, 2>* out) {
-  return ::MapFormulaGrid(MakeBatch(model, first), grid, out);
-}
-
-}  // namespace vx_geometry_detail
-
 TFormulaDistortion::TFormulaDistortion(const TDistCoeff& coefficients) : c_(coefficients) {}
 
 TFormulaDistortion::TFormulaDistortion(const vec_t_<double, 2>& centre, double k1, double k2,
@@ -530,7 +514,21 @@ std::unique_ptr<TVx2DTransform> TFormulaDistortion::Clone() const {
 
 std::size_t TFormulaDistortion::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                 std::size_t n) const {
-  return vx_geometry_detail::MapFormula(*this, nullptr, in, out, n);
+  return MapFormulaPoints(MakeBatch(*this, nullptr), in, out, n);
+}
+
+bool TFormulaDistortion::TransformPointsAfter(const std::array<double, 6>* first,
+                                              const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
+                                              std::size_t n, std::size_t* nanCount) const {
+  *nanCount = MapFormulaPoints(MakeBatch(*this, first), in, out, n);
+  return true;
+}
+
+bool TFormulaDistortion::TransformGridAfter(const std::array<double, 6>* first,
+                                            const TVxPointGrid& grid, vec_t_<double, 2>* out,
+                                            std::size_t* nanCount) const {
+  *nanCount = MapFormulaGrid(MakeBatch(*this, first), grid, out);
+  return true;
 }
 
 const char* TFormulaDistortion::Name() const {

@@ -9,3 +9,20 @@ std::size_t TVx2DTransform::TransformPoints(const vec_t_<double, 2>* in, vec_t_<
 }
 
 TVx2DTransform::~TVx2DTransform() = default;
+
+bool TVx2DTransform::AffineCoefficients(std::array<double, 6>* /*coefficients*/) const {
+  return false;
+}
+
+bool TVx2DTransform::TransformPointsAfter(const std::array<double, 6>* /*first*/,
+                                          const vec_t_<double, 2>* /*in*/,
+                                          vec_t_<double, 2>* /*out*/, std::size_t /*n*/,
+                                          std::size_t* /*nanCount*/) const {
+  return false;
+}
+
+bool TVx2DTransform::TransformGridAfter(const std::array<double, 6>* /*first*/,
+                                        const TVxPointGrid& /*grid*/, vec_t_<double, 2>* /*out*/,
+                                        std::size_t* /*nanCount*/) const {
+  return false;
+}

@@ -1,7 +1,6 @@
 #include "VxTransformGrid.h"
 
-#include "VxBatch.h"
-#include "VxCombinedTransform.h"
+#include "VxInverseSolver.h"
 
 namespace {
 
@@ -11,35 +10,11 @@ constexpr std::size_t kBlock = 512;
 
 }  // namespace
 
-namespace vx_geometry_detail {
-
-bool AsFormulaChain(const TVx2DTransform& transform, const TFormulaDistortion*& model,
-                    const TAffineTransform*& first) {
-  first = nullptr;
-  model = dynamic_cast<const TFormulaDistortion*>(&transform);
-  if (model != nullptr) return true;
-  const auto* combined = dynamic_cast<const TCombinedTransform*>(&transform);
-  if (combined == nullptr) return false;
-  if (combined->Count() == 1) {
-    model = dynamic_cast<const TFormulaDistortion*>(&combined->Item(0));
-    return model != nullptr;
-  }
-  if (combined->Count() != 2) return false;
-  first = dynamic_cast<const TAffineTransform*>(&combined->Item(0));
-  model = dynamic_cast<const TFormulaDistortion*>(&combined->Item(1));
-  return first != nullptr && model != nullptr;
-}
-
-}  // namespace vx_geometry_detail
-
 std::size_t TransformGrid(const TVx2DTransform& transform, const TVxPointGrid& grid,
                           vec_t_<double, 2>* out) {
-  const TFormulaDistortion* model = nullptr;
-  const TAffineTransform* first = nullptr;
-  if (vx_geometry_detail::AsFormulaChain(transform, model, first)) {
-    return vx_geometry_detail::MapFormulaGrid(*model, first, grid, out);
-  }
   std::size_t nan = 0;
+  // A transform with a loop of its own generates the points in registers.
+  if (transform.TransformGridAfter(nullptr, grid, out, &nan)) return nan;
   for (std::size_t row = 0; row < grid.rows; ++row) {
     const double y = grid.y0 + static_cast<double>(row) * grid.dy;
     vec_t_<double, 2>* line = out + row * grid.columns;
