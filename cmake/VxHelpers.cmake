@@ -73,6 +73,14 @@ function(vx_configure_library name include_dir)
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/export>"
     "$<INSTALL_INTERFACE:${VX_INSTALL_INCLUDEDIR}>")
   vx_set_warnings(${name})
+  vx_link_version_script(${name})
+endfunction()
+
+# The version script that keeps standard-library instantiations out of a library's exports.
+function(vx_link_version_script name)
+  set(script "${PROJECT_SOURCE_DIR}/cmake/VxLibrary.map")
+  target_link_options(${name} PRIVATE "LINKER:--version-script=${script}")
+  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${script}")
 endfunction()
 
 # vx_add_test(<name> SOURCES ... [LIBS ...] [LABELS ...]): a Google Test program, its tests

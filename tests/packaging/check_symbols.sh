@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The shared library exports its start and stop under their plain names and hides its
 # private units: the module object, the enumeration tables and the conversion templates.
+# No library exports the standard library's template instantiations.
+#   check_symbols.sh SYSTEM_LIBRARY [HOST_LIBRARY...]
 set -euo pipefail
 lib=$1
 raw=$(nm -D --defined-only "$lib")
@@ -25,5 +27,15 @@ done
 # The public interface is there: one conversion, one user text, one record method.
 for public in 'CameraTypeToTextE' 'CamRotateToUserText' 'TVxCameraInfo::operator=='; do
   grep -q "$public" <<<"$symbols" || { echo "missing export: $public" >&2; status=1; }
+done
+# Every library: no weak copies of std:: templates, typeinfo or vtables among the exports.
+for library in "$@"; do
+  std=$(nm -D --defined-only "$library" | awk '{print $3}' |
+    grep -E '^_Z(N|NK|T[ISV])?St' || true)
+  if [ -n "$std" ]; then
+    echo "$(basename "$library") exports standard-library symbols:" >&2
+    c++filt <<<"$std" | head -n 5 >&2
+    status=1
+  fi
 done
 exit $status
