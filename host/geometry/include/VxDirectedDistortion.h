@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "VxTransform.h"
+#include "VxDistortionModel.h"
 
 // With x = X - centre.x, y = Y - centre.y, r = sqrt(x^2 + y^2) and t = atan2(y, x), the
 // displacement is dr(r, t) (x, y) / r: along the radius, positive outwards, zero at the centre,
@@ -21,7 +21,7 @@
 //
 // The model maps p to p + d(p). With the inverse flag set, TransformPoint(p) returns q with
 // q + d(q) = p instead (to 1e-10 mm), or NaN where no such q is found.
-class VXGEOMETRY_EXPORT TDirectedDistortion final : public TVx2DTransform {
+class VXGEOMETRY_EXPORT TDirectedDistortion final : public TVxDistortionModel<TDirectedDistortion> {
  public:
   // One table row: a radius, then the radial displacement along each direction, in the order of
   // the angle list.
@@ -46,23 +46,20 @@ class VXGEOMETRY_EXPORT TDirectedDistortion final : public TVx2DTransform {
   // The description as given (rows in the given order).
   const TDirectedData& Data() const { return data_; }
   const vec_t_<double, 2>& Centre() const { return data_.centre; }
-  bool Inverse() const { return inverse_; }
   // The interpolated radial displacement at radius r >= 0 (mm) in direction t (radians).
   double RadialDisplacement(double r, double t) const;
 
-  std::unique_ptr<TVx2DTransform> Clone() const override;
-  std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
   const char* Name() const override;  // "directed table distortion"
   // True when every tabulated value is zero (or there are no rows).
   bool IsIdentity() const override;
-  vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
 
  private:
   struct TProfile;  // the interpolation, shared by clones: it never changes
+  friend class TVxDistortionModel<TDirectedDistortion>;
+  struct TKernel;  // the displacement, in the source
+  VXGEOMETRY_NO_EXPORT TKernel Kernel() const;
   TDirectedDistortion(const TDirectedDistortion&) = default;
 
   TDirectedData data_;
-  bool inverse_ = false;
   std::shared_ptr<const TProfile> profile_;
 };

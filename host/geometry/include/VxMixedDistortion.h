@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "VxTransform.h"
+#include "VxDistortionModel.h"
 
 // With x = X - centre.x, y = Y - centre.y, r^2 = x^2 + y^2 (mm), the normalised coordinates
 // u = x / f, v = y / f, rho^2 = u^2 + v^2 (f the focal length, mm), the displacement is
@@ -30,7 +30,7 @@
 //
 // The model maps p to p + d(p). With the inverse flag set, TransformPoint(p) returns q with
 // q + d(q) = p instead (to 1e-10 mm), or NaN where no such q is found.
-class VXGEOMETRY_EXPORT TMixedDistortion final : public TVx2DTransform {
+class VXGEOMETRY_EXPORT TMixedDistortion final : public TVxDistortionModel<TMixedDistortion> {
  public:
   // `a`, `b`, `c` point to 7 values each, `K` to 3, `P` to 2, numbered from 1. The three
   // trailing values are reserved and must be 0.0. The focal length is needed only when one of
@@ -51,17 +51,15 @@ class VXGEOMETRY_EXPORT TMixedDistortion final : public TVx2DTransform {
   const std::array<double, 3>& K() const { return k_; }
   const std::array<double, 2>& P() const { return p_; }
   const std::array<double, 3>& Reserved() const { return reserved_; }
-  bool Inverse() const { return inverse_; }
 
-  std::unique_ptr<TVx2DTransform> Clone() const override;
-  std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
   const char* Name() const override;  // "mixed distortion"
   // True when all 26 coefficients are zero.
   bool IsIdentity() const override;
-  vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
 
  private:
+  friend class TVxDistortionModel<TMixedDistortion>;
+  struct TKernel;  // the displacement, in the source
+  VXGEOMETRY_NO_EXPORT TKernel Kernel() const;
   TMixedDistortion(const TMixedDistortion&) = default;
 
   vec_t_<double, 2> centre_;
@@ -72,6 +70,5 @@ class VXGEOMETRY_EXPORT TMixedDistortion final : public TVx2DTransform {
   std::array<double, 3> k_{};
   std::array<double, 2> p_{};
   std::array<double, 3> reserved_{};
-  bool inverse_ = false;
   bool higherOrder_ = false;  // one of a3..a7, b3..b7, c2..c7 is non-zero
 };

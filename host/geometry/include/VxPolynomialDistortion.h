@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "VxTransform.h"
+#include "VxDistortionModel.h"
 
 // With x = X - centre.x, y = Y - centre.y, r^2 = x^2 + y^2 (mm), the displacement is
 //
@@ -21,7 +21,8 @@
 //
 // The model maps p to p + d(p). With the inverse flag set, TransformPoint(p) returns q with
 // q + d(q) = p instead (to 1e-10 mm), or NaN where no such q is found.
-class VXGEOMETRY_EXPORT TPolynomialDistortion final : public TVx2DTransform {
+class VXGEOMETRY_EXPORT TPolynomialDistortion final
+    : public TVxDistortionModel<TPolynomialDistortion> {
  public:
   // `K` points to 8 values K0..K7, `P` to 4 values P1..P4. The two trailing values are
   // reserved and must be 0.0.
@@ -36,17 +37,15 @@ class VXGEOMETRY_EXPORT TPolynomialDistortion final : public TVx2DTransform {
   const std::array<double, 8>& K() const { return k_; }
   const std::array<double, 4>& P() const { return p_; }
   const std::array<double, 2>& Reserved() const { return reserved_; }
-  bool Inverse() const { return inverse_; }
 
-  std::unique_ptr<TVx2DTransform> Clone() const override;
-  std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
   const char* Name() const override;  // "polynomial distortion"
   // True when all 12 coefficients are zero.
   bool IsIdentity() const override;
-  vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
 
  private:
+  friend class TVxDistortionModel<TPolynomialDistortion>;
+  struct TKernel;  // the displacement, in the source
+  VXGEOMETRY_NO_EXPORT TKernel Kernel() const;
   TPolynomialDistortion(const TPolynomialDistortion&) = default;
 
   vec_t_<double, 2> centre_;
@@ -54,5 +53,4 @@ class VXGEOMETRY_EXPORT TPolynomialDistortion final : public TVx2DTransform {
   std::array<double, 8> k_{};
   std::array<double, 4> p_{};
   std::array<double, 2> reserved_{};
-  bool inverse_ = false;
 };

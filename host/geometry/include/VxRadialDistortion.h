@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "VxTransform.h"
+#include "VxDistortionModel.h"
 
 // With x = X - centre.x, y = Y - centre.y, r = sqrt(x^2 + y^2), the displacement is
 // dr(r) (x, y) / r: along the radius, positive outwards, and zero at the centre. dr is in the
@@ -23,7 +23,7 @@
 //
 // The model maps p to p + d(p). With the inverse flag set, TransformPoint(p) returns q with
 // q + d(q) = p instead (to 1e-10 mm), or NaN where no such q is found.
-class VXGEOMETRY_EXPORT TRadialDistortion final : public TVx2DTransform {
+class VXGEOMETRY_EXPORT TRadialDistortion final : public TVxDistortionModel<TRadialDistortion> {
  public:
   // One table row: the radius, then the radial displacement at that radius.
   struct TRadialTableItem {
@@ -39,24 +39,23 @@ class VXGEOMETRY_EXPORT TRadialDistortion final : public TVx2DTransform {
   const vec_t_<double, 2>& Centre() const { return centre_; }
   // The rows as given, in the given order.
   const std::vector<TRadialTableItem>& Table() const { return table_; }
-  bool Inverse() const { return inverse_; }
   // The interpolated radial displacement dr at radius r >= 0 (mm).
   double RadialDisplacement(double r) const;
 
-  std::unique_ptr<TVx2DTransform> Clone() const override;
   std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                               std::size_t n) const override;
   const char* Name() const override;  // "radial table distortion"
   // True when every dr is zero (or there are no rows).
   bool IsIdentity() const override;
-  vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
 
  private:
   struct TProfile;  // the interpolation, shared by clones: it never changes
+  friend class TVxDistortionModel<TRadialDistortion>;
+  struct TKernel;  // the displacement, in the source
+  VXGEOMETRY_NO_EXPORT TKernel Kernel() const;
   TRadialDistortion(const TRadialDistortion&) = default;
 
   vec_t_<double, 2> centre_;
   std::vector<TRadialTableItem> table_;
-  bool inverse_ = false;
   std::shared_ptr<const TProfile> profile_;
 };

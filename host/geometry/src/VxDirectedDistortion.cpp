@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "VxSpline.h"
@@ -134,8 +135,14 @@ struct TDirectedKernel {
 
 }  // namespace
 
+struct TDirectedDistortion::TKernel : TDirectedKernel {};
+
+TDirectedDistortion::TKernel TDirectedDistortion::Kernel() const {
+  return TKernel{{data_.centre.x, data_.centre.y, &profile_->radial, &profile_->angular}};
+}
+
 TDirectedDistortion::TDirectedDistortion(const TDirectedData& data, bool inverse)
-    : data_(data), inverse_(inverse) {
+    : TVxDistortionModel(inverse), data_(data) {
   Check(data_);
   const std::size_t columns = data_.angles.size();
   std::vector<double> radii;
@@ -158,17 +165,6 @@ double TDirectedDistortion::RadialDisplacement(double r, double t) const {
   return kernel.RadialDisplacement(r, t);
 }
 
-std::unique_ptr<TVx2DTransform> TDirectedDistortion::Clone() const {
-  return std::unique_ptr<TVx2DTransform>(new TDirectedDistortion(*this));
-}
-
-std::size_t TDirectedDistortion::TransformPoints(const vec_t_<double, 2>* in,
-                                                 vec_t_<double, 2>* out, std::size_t n) const {
-  const TDirectedKernel kernel{data_.centre.x, data_.centre.y, &profile_->radial,
-                               &profile_->angular};
-  return vx_geometry_detail::MapPoints(kernel, inverse_, in, out, n);
-}
-
 const char* TDirectedDistortion::Name() const {
   return "directed table distortion";
 }
@@ -177,9 +173,4 @@ bool TDirectedDistortion::IsIdentity() const {
   return profile_->radial.IsZero();
 }
 
-vec_t_<double, 2> TDirectedDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  const TDirectedKernel kernel{data_.centre.x, data_.centre.y, &profile_->radial,
-                               &profile_->angular};
-  return inverse_ ? vx_geometry_detail::InversePoint(kernel, p)
-                  : vx_geometry_detail::ForwardPoint(kernel, p);
-}
+template class TVxDistortionModel<TDirectedDistortion>;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
 
@@ -62,19 +63,25 @@ struct TMixedKernel {
 
 }  // namespace
 
+struct TMixedDistortion::TKernel : TMixedKernel {};
+
+TMixedDistortion::TKernel TMixedDistortion::Kernel() const {
+  return TKernel{{centre_.x, centre_.y, focal_, a_, b_, c_, k_, p_, higherOrder_}};
+}
+
 TMixedDistortion::TMixedDistortion(const vec_t_<double, 2>& centre, const double& focal,
                                    const double* a, const double* b, const double* c,
                                    const double* K, const double* P, const double& reserved1,
                                    const double& reserved2, const double& reserved3, bool inverse)
-    : centre_(centre),
+    : TVxDistortionModel(inverse),
+      centre_(centre),
       focal_(focal),
       a_(Group<7>(a, "a")),
       b_(Group<7>(b, "b")),
       c_(Group<7>(c, "c")),
       k_(Group<3>(K, "K")),
       p_(Group<2>(P, "P")),
-      reserved_{reserved1, reserved2, reserved3},
-      inverse_(inverse) {
+      reserved_{reserved1, reserved2, reserved3} {
   for (std::size_t i = 0; i < reserved_.size(); ++i) {
     if (reserved_[i] != 0.0) {
       throw std::invalid_argument("TMixedDistortion: reserved value " + std::to_string(i + 1) +
@@ -93,16 +100,6 @@ TMixedDistortion::TMixedDistortion(const vec_t_<double, 2>& centre, const double
   }
 }
 
-std::unique_ptr<TVx2DTransform> TMixedDistortion::Clone() const {
-  return std::unique_ptr<TVx2DTransform>(new TMixedDistortion(*this));
-}
-
-std::size_t TMixedDistortion::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                                              std::size_t n) const {
-  const TMixedKernel kernel{centre_.x, centre_.y, focal_, a_, b_, c_, k_, p_, higherOrder_};
-  return vx_geometry_detail::MapPoints(kernel, inverse_, in, out, n);
-}
-
 const char* TMixedDistortion::Name() const {
   return "mixed distortion";
 }
@@ -114,8 +111,4 @@ bool TMixedDistortion::IsIdentity() const {
          std::all_of(p_.begin(), p_.end(), zero);
 }
 
-vec_t_<double, 2> TMixedDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  const TMixedKernel kernel{centre_.x, centre_.y, focal_, a_, b_, c_, k_, p_, higherOrder_};
-  return inverse_ ? vx_geometry_detail::InversePoint(kernel, p)
-                  : vx_geometry_detail::ForwardPoint(kernel, p);
-}
+template class TVxDistortionModel<TMixedDistortion>;

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
 
@@ -74,16 +75,22 @@ struct TPolynomialKernel {
 
 }  // namespace
 
+struct TPolynomialDistortion::TKernel : TPolynomialKernel {};
+
+TPolynomialDistortion::TKernel TPolynomialDistortion::Kernel() const {
+  return TKernel{{centre_.x, centre_.y, k_, p_}};
+}
+
 TPolynomialDistortion::TPolynomialDistortion(const vec_t_<double, 2>& centre, const double& focal,
                                              const double* K, const double* P,
                                              const double& reserved1, const double& reserved2,
                                              bool inverse)
-    : centre_(centre),
+    : TVxDistortionModel(inverse),
+      centre_(centre),
       focal_(focal),
       k_(Group<8>(K, "K")),
       p_(Group<4>(P, "P")),
-      reserved_{reserved1, reserved2},
-      inverse_(inverse) {
+      reserved_{reserved1, reserved2} {
   for (std::size_t i = 0; i < reserved_.size(); ++i) {
     if (reserved_[i] != 0.0) {
       throw std::invalid_argument("TPolynomialDistortion: reserved value " + std::to_string(i + 1) +
@@ -91,16 +98,6 @@ TPolynomialDistortion::TPolynomialDistortion(const vec_t_<double, 2>& centre, co
                                   ", must be 0");
     }
   }
-}
-
-std::unique_ptr<TVx2DTransform> TPolynomialDistortion::Clone() const {
-  return std::unique_ptr<TVx2DTransform>(new TPolynomialDistortion(*this));
-}
-
-std::size_t TPolynomialDistortion::TransformPoints(const vec_t_<double, 2>* in,
-                                                   vec_t_<double, 2>* out, std::size_t n) const {
-  const TPolynomialKernel kernel{centre_.x, centre_.y, k_, p_};
-  return vx_geometry_detail::MapPoints(kernel, inverse_, in, out, n);
 }
 
 const char* TPolynomialDistortion::Name() const {
@@ -112,8 +109,4 @@ bool TPolynomialDistortion::IsIdentity() const {
   return std::all_of(k_.begin(), k_.end(), zero) && std::all_of(p_.begin(), p_.end(), zero);
 }
 
-vec_t_<double, 2> TPolynomialDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  const TPolynomialKernel kernel{centre_.x, centre_.y, k_, p_};
-  return inverse_ ? vx_geometry_detail::InversePoint(kernel, p)
-                  : vx_geometry_detail::ForwardPoint(kernel, p);
-}
+template class TVxDistortionModel<TPolynomialDistortion>;

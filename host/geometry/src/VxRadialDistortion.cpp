@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "VxSimd.h"
@@ -120,9 +121,15 @@ void RadiiAndReciprocals(const vec_t_<double, 2>* in, std::size_t count, double 
 
 }  // namespace
 
+struct TRadialDistortion::TKernel : TRadialKernel {};
+
+TRadialDistortion::TKernel TRadialDistortion::Kernel() const {
+  return TKernel{{centre_.x, centre_.y, &profile_->spline}};
+}
+
 TRadialDistortion::TRadialDistortion(const vec_t_<double, 2>& centre,
                                      const std::vector<TRadialTableItem>& table, bool inverse)
-    : centre_(centre), table_(table), inverse_(inverse) {
+    : TVxDistortionModel(inverse), centre_(centre), table_(table) {
   auto profile = std::make_shared<TProfile>();
   profile->spline = vx_geometry_detail::TProfileSpline(Radii(table_), Values(table_), 1);
   profile_ = std::move(profile);
@@ -132,18 +139,14 @@ double TRadialDistortion::RadialDisplacement(double r) const {
   return profile_->spline.EvaluateSingle(r);
 }
 
-std::unique_ptr<TVx2DTransform> TRadialDistortion::Clone() const {
-  return std::unique_ptr<TVx2DTransform>(new TRadialDistortion(*this));
-}
-
 // The forward batch in blocks, in two passes: first the radius and its reciprocal of every point
 // of the block (independent square roots and divisions that overlap in the processor), then the
 // profile at each radius. One loop with both would wait for the root and the division of each
 // point before the next could finish. The results are those of Displace point by point.
 std::size_t TRadialDistortion::TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
                                                std::size_t n) const {
-  const TRadialKernel kernel{centre_.x, centre_.y, &profile_->spline};
-  if (inverse_) return vx_geometry_detail::MapPoints(kernel, true, in, out, n);
+  const TKernel kernel = Kernel();
+  if (Inverse()) return vx_geometry_detail::MapPoints(kernel, true, in, out, n);
   constexpr std::size_t kBlock = 64;
   double radius[kBlock];
   double inverseRadius[kBlock];
@@ -172,8 +175,4 @@ bool TRadialDistortion::IsIdentity() const {
   return profile_->spline.IsZero();
 }
 
-vec_t_<double, 2> TRadialDistortion::TransformPoint(const vec_t_<double, 2>& p) const {
-  const TRadialKernel kernel{centre_.x, centre_.y, &profile_->spline};
-  return inverse_ ? vx_geometry_detail::InversePoint(kernel, p)
-                  : vx_geometry_detail::ForwardPoint(kernel, p);
-}
+template class TVxDistortionModel<TRadialDistortion>;
