@@ -117,10 +117,7 @@ struct TDirectedKernel {
     }
     if (r == 0.0) {
       // At the centre each profile starts as slope * r, in the direction of the point.
-      jxx = gr;
-      jxy = 0.0;
-      jyx = 0.0;
-      jyy = gr;
+      vx_geometry_detail::CentreJacobian(gr, jxx, jxy, jyx, jyy);
       return;
     }
     const double w = g / r;

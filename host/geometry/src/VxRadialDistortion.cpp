@@ -78,10 +78,7 @@ struct TRadialKernel {
     spline->Evaluate(r, &dr, &slope);
     if (r == 0.0) {
       // At the centre the profile starts as slope * r: the displacement is slope * (x, y).
-      jxx = slope;
-      jxy = 0.0;
-      jyx = 0.0;
-      jyy = slope;
+      vx_geometry_detail::CentreJacobian(slope, jxx, jxy, jyx, jyy);
       return;
     }
     const double w = dr / r;

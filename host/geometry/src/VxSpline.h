@@ -123,4 +123,13 @@ class TPeriodicSpline {
   std::vector<double> moments_;  // n x n: second derivatives at the knots = moments_ * g
 };
 
+// The Jacobian of a displacement that starts at the centre as slope * (x, y), whatever the
+// direction: the radial profiles of the table models at r = 0, where dr / r has no value.
+inline void CentreJacobian(double slope, double& jxx, double& jxy, double& jyx, double& jyy) {
+  jxx = slope;
+  jxy = 0.0;
+  jyx = 0.0;
+  jyy = slope;
+}
+
 }  // namespace vx_geometry_detail
