@@ -1,0 +1,46 @@
+#include "ExchangeText.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace vx_exchange {
+
+void Fail(const std::string& path, const std::string& key, const std::string& what) {
+  std::string message;
+  for (const std::string& part : {path, key})
+    if (!part.empty()) message += part + ": ";
+  throw TVxExchangeError(message + what);
+}
+
+double ParseNumberE(const std::string& text, const std::string& path, const std::string& key) {
+  // strtod accepts "nan", "inf" and hexadecimal: none of these is a calibration value.
+  const bool plain =
+      !text.empty() && text.find_first_not_of("+-.0123456789eE") == std::string::npos;
+  char* end = nullptr;
+  errno = 0;
+  const double value = plain ? std::strtod(text.c_str(), &end) : 0.0;
+  if (!plain || end != text.c_str() + text.size() || errno == ERANGE || !std::isfinite(value))
+    Fail(path, key, "not a finite decimal number: '" + text + "'");
+  return value;
+}
+
+std::uint64_t ParseCountE(const std::string& text, const std::string& path,
+                          const std::string& key) {
+  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long value = digits ? std::strtoull(text.c_str(), &end, 10) : 0;
+  if (!digits || errno == ERANGE || value == 0)
+    Fail(path, key, "not a whole number greater than 0: '" + text + "'");
+  return static_cast<std::uint64_t>(value);
+}
+
+std::string FormatDigits(double value, int digits) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+  return buffer;
+}
+
+}  // namespace vx_exchange
