@@ -56,6 +56,10 @@ struct TVxExchangeOptions {
   // fx / fy. A digital camera's export uses its own pixel size; a different value here is an
   // error.
   double pixelSizeMm = 0.0;
+  // A film camera's frame: the side of the square image in millimetres, centred on the camera
+  // origin. 0 takes the square that holds the fiducial marks, or the calibrated cross; a camera
+  // with neither needs it.
+  double frameMm = 0.0;
   // COLMAP: the camera to import, by its id; nullopt takes the only camera of the file.
   std::optional<std::uint64_t> cameraId;
   // The name of the file, for messages and as the camera's name when the file has none.
@@ -98,10 +102,11 @@ VXEXCHANGE_EXPORT TVxImportResult ImportCameraE(const std::string& content,
                                                 const TVxExchangeOptions& options);
 
 // Exports `camera` in `format`. A camera needs a pixel size and an image size: a digital
-// camera's own, or for a film camera options.pixelSizeMm and the square frame that holds its
-// fiducial marks. Throws TVxExchangeError when the camera cannot be written (no pixel size, no
-// frame, a fit that fails). The deviation of a fit is measured as for ImportCameraE, between
-// `camera` and the camera that the written file imports to.
+// camera's own, or for a film camera options.pixelSizeMm and a square frame (options.frameMm,
+// else the square that holds its fiducial marks or its calibrated cross). Throws TVxExchangeError
+// when the camera cannot be written (no pixel size, no frame, a fit that fails). The deviation of a
+// fit is measured as for ImportCameraE, between `camera` and the camera that the written file
+// imports to.
 VXEXCHANGE_EXPORT TVxExportResult ExportCameraE(const TVxCameraInfo& camera,
                                                 TVxExchangeFormat format,
                                                 const TVxExchangeOptions& options);

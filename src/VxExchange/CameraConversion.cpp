@@ -119,7 +119,7 @@ TPixelCamera FromCamera(const TVxCameraInfo& camera, const TFrame& frame) {
   return c;
 }
 
-TFrame FrameOf(const TVxCameraInfo& camera, double sx) {
+TFrame FrameOf(const TVxCameraInfo& camera, double sx, double side) {
   TFrame frame;
   if (camera.cameraType == TCameraType::Digital) {
     frame.width = camera.sensorDims.x;
@@ -145,13 +145,17 @@ TFrame FrameOf(const TVxCameraInfo& camera, double sx) {
   if (!(sx > 0.0))
     Fail("", "",
          "the film camera '" + camera.name + "' has no pixels: give the pixel size of its scan");
-  double half = 0.0;
-  for (const TVxCameraInfo::TFiducial& mark : camera.fiducials)
-    half = std::max({half, std::abs(mark.coordsCam.x), std::abs(mark.coordsCam.y)});
-  if (!(half > 0.0))
+  double half = side / 2.0;
+  if (half == 0.0 && camera.cameraType == TCameraType::Fiducials)
+    for (const TVxCameraInfo::TFiducial& mark : camera.fiducials)
+      half = std::max({half, std::abs(mark.coordsCam.x), std::abs(mark.coordsCam.y)});
+  if (half == 0.0 && camera.cameraType == TCameraType::CalibratedCross)
+    half = std::max(camera.lengthX, camera.lengthY) / 2.0;
+  if (!(half > 0.0) || !std::isfinite(half))
     Fail("", "",
          "the film camera '" + camera.name +
-             "' has no fiducial marks to give the size of its frame");
+             "' has neither fiducial marks nor a calibrated cross to give the size of its "
+             "frame: give the frame");
   frame.width = frame.height = static_cast<std::uint64_t>(std::ceil(2.0 * half / sx));
   frame.sx = frame.sy = sx;
   return frame;

@@ -34,9 +34,10 @@ bool HoldsExactly(const TVxCameraDistortion& d, const TPoint& principalPoint, bo
 // The pixel camera of such a camera in `frame` (the inverse of ToCamera).
 TPixelCamera FromCamera(const TVxCameraInfo& camera, const TFrame& frame);
 
-// The frame of a camera: a digital camera's own pixels; a film camera's square frame holding
-// its fiducial marks in pixels of sx (mm). Throws TVxExchangeError when there is none.
-TFrame FrameOf(const TVxCameraInfo& camera, double sx);
+// The frame of a camera: a digital camera's own pixels; a film camera's square frame of side
+// `side` (mm), or when 0 the one holding its fiducial marks or calibrated cross, in pixels of
+// sx (mm). Throws TVxExchangeError when there is none.
+TFrame FrameOf(const TVxCameraInfo& camera, double sx, double side);
 
 // `n` x `n` points spanning the frame's sensor from outer corner to outer corner, camera mm.
 std::vector<TPoint> SensorGrid(const TFrame& frame, int n);

@@ -98,12 +98,16 @@ void ChooseTexts(std::vector<TParam>* params, const TPixelCamera& base, double s
         if (s > bestScore) bestScore = s, best = v;
       }
     }
+    // A text must give the camera that the number itself gives, or a better one.
+    values[i] = best;
+    const std::vector<double> bestFields = Fields(ToCamera(Apply(*params, values, base), sx));
     for (int digits = 1; digits <= 17; ++digits) {
       const std::string text = FormatDigits(best, digits);
       const double parsed = std::strtod(text.c_str(), nullptr);
-      if (digits == 17 || score(parsed) >= bestScore) {
+      values[i] = parsed;
+      const std::vector<double> got = Fields(ToCamera(Apply(*params, values, base), sx));
+      if (digits == 17 || got == bestFields || Matches(got, want) > bestScore) {
         (*params)[i].text = text;
-        values[i] = parsed;
         break;
       }
     }
@@ -202,7 +206,7 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
 TVxExportResult ExportCameraE(const TVxCameraInfo& camera, TVxExchangeFormat format,
                               const TVxExchangeOptions& options) {
   const TFormatIo io = IoOf(format);
-  const TFrame frame = FrameOf(camera, options.pixelSizeMm);
+  const TFrame frame = FrameOf(camera, options.pixelSizeMm, options.frameMm);
   TVxExportResult result;
   const bool exact = HoldsExactly(camera.distortion, camera.principalPoint, io.holdsProfile);
   const TVxCameraInfo target = exact ? camera : FittedTarget(camera, frame, io.holdsProfile);

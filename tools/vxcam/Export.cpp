@@ -10,6 +10,7 @@ namespace vxcam {
 int RunExport(const TArgs& args, TIo& io) {
   std::string first, second, outputPath;
   double pixelSizeUm = 0.0;
+  double frameMm = 0.0;
   std::uint64_t cameraId = 0;
   bool json = false;
   return RunCommand(
@@ -19,6 +20,9 @@ int RunExport(const TArgs& args, TIo& io) {
         AddFileArgument(app, "CAMERA", second, "vxcam.arg.camera");
         app.add_option("--pixel-size", pixelSizeUm, Text("vxcam.opt.pixel_size_film"))
             ->option_text("UM")
+            ->check(PositiveNumber());
+        app.add_option("--frame", frameMm, Text("vxcam.opt.frame"))
+            ->option_text(UnitsCamMmUserTextAbbr())
             ->check(PositiveNumber());
         app.add_option("--camera-id", cameraId, Text("vxcam.opt.camera_id_out"))->option_text("N");
         AddOutputOption(app, outputPath, "vxcam.opt.output_exchange", true);
@@ -35,6 +39,7 @@ int RunExport(const TArgs& args, TIo& io) {
         const TVxCameraInfo camera = LoadCamera(second);
         TVxExchangeOptions options;
         options.pixelSizeMm = pixelSizeUm / 1000.0;
+        options.frameMm = frameMm;
         if (cameraId != 0) options.cameraId = cameraId;
         TVxExportResult result;
         try {
