@@ -268,3 +268,41 @@ TEST_F(ExchangeOpenCv, RationalCoefficientsAreFittedAndTheDeviationIsReported) {
 }
 
 }  // namespace
+
+namespace {
+
+// docs/distortion-models.md, formula model: with x' = x / f, y' = -y / f our p1 = p2' / f and
+// our p2 = -p1' / f, the record in the sense MmToCam. The record is built here by hand from
+// that sentence (not by the importer) and compared with cv::projectPoints; the same record
+// without the sign, which the page used to imply, misses by more than a pixel.
+TEST_F(ExchangeOpenCv, DecenteringConventionOfTheDistortionPage) {
+  const double fx = 1000.0, sx = 0.005, f = fx * sx;
+  const double p1 = 0.004, p2 = -0.003;  // OpenCV's, strong so that the sign shows
+  const cv::Mat k = (cv::Mat_<double>(3, 3) << fx, 0, 319.5, 0, fx, 239.5, 0, 0, 1);
+  const cv::Mat d = (cv::Mat_<double>(1, 5) << 0, 0, p1, p2, 0);
+  auto largestError = [&](double ourP2) {
+    TVxCameraDistortion forward;
+    forward.type = TDistortionType::Formula;
+    forward.direction = TVxCameraDistortion::TDirection::CamToMm;  // no inverse: ideal -> observed
+    forward.p1 = p2 / f;
+    forward.p2 = ourP2;
+    const TransformHandle t = CreateCameraDistortionTransform(forward, {0.0, 0.0}, f);
+    double worst = 0.0;
+    for (int j = -5; j <= 5; ++j) {
+      for (int i = -5; i <= 5; ++i) {
+        const cv::Point3d ideal(0.3 * i / 5, 0.23 * j / 5, 1.0);
+        std::vector<cv::Point2d> uv;
+        cv::projectPoints(std::vector<cv::Point3d>{ideal}, cv::Vec3d(0, 0, 0), cv::Vec3d(0, 0, 0),
+                          k, d, uv);
+        const vec_t_<double, 2> q = t->TransformPoint({f * ideal.x, -f * ideal.y});
+        worst =
+            std::max(worst, std::hypot(q.x / sx + 319.5 - uv[0].x, -q.y / sx + 239.5 - uv[0].y));
+      }
+    }
+    return worst;
+  };
+  EXPECT_LE(largestError(-p1 / f), kExactPx);
+  EXPECT_GT(largestError(p1 / f), 1.0);
+}
+
+}  // namespace
