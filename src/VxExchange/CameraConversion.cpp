@@ -133,8 +133,8 @@ TFrame FrameOf(const TVxCameraInfo& camera, double sx, double side) {
     if (sx > 0.0 && sx != frame.sx)
       Fail("", "",
            "the digital camera '" + camera.name + "' has pixels of " +
-               FormatDigits(frame.sx * 1000.0, 17) + " um; a pixel size of " +
-               FormatDigits(sx * 1000.0, 17) + " um was given");
+               ShortestText(frame.sx * 1000.0) + " um; a pixel size of " +
+               ShortestText(sx * 1000.0) + " um was given");
     const double w = static_cast<double>(frame.width) * frame.sx / 2.0;
     const double h = static_cast<double>(frame.height) * frame.sy / 2.0;
     using TOrigin = TVxCameraInfo::TDigitalCameraOrigin;

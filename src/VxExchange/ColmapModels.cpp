@@ -96,8 +96,8 @@ TPixelCamera ColmapPixelCamera(const std::vector<TColmapCamera>& cameras,
   }
   if (!(c.fx > 0.0) || !(c.fy > 0.0))
     Fail(options.path, key,
-         "the focal length must be greater than 0, found " + FormatDigits(c.fx, 17) + ", " +
-             FormatDigits(c.fy, 17));
+         "the focal length must be greater than 0, found " + ShortestText(c.fx) + ", " +
+             ShortestText(c.fy));
   if (c.width == 0 || c.height == 0) Fail(options.path, key, "an image size of 0");
   return c;
 }

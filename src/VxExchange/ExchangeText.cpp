@@ -1,9 +1,11 @@
 #include "ExchangeText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace vx_exchange {
 
@@ -38,9 +40,22 @@ std::uint64_t ParseCountE(const std::string& text, const std::string& path,
 }
 
 std::string FormatDigits(double value, int digits) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+  char buffer[400];
+  std::snprintf(buffer, sizeof buffer, "%.*e", digits - 1, value);
+  const int exponent = std::atoi(std::strchr(buffer, 'e') + 1);
+  // Plain decimals where a person reads them so ("10000", "0.0017"), as calibration programs
+  // write them; the exponent form for the very small and the very large.
+  if (exponent >= -4 && exponent < 16)
+    std::snprintf(buffer, sizeof buffer, "%.*f", std::max(0, digits - 1 - exponent), value);
   return buffer;
+}
+
+std::string ShortestText(double value) {
+  for (int digits = 1; digits < 17; ++digits) {
+    const std::string text = FormatDigits(value, digits);
+    if (std::strtod(text.c_str(), nullptr) == value) return text;
+  }
+  return FormatDigits(value, 17);
 }
 
 }  // namespace vx_exchange

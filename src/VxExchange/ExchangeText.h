@@ -17,7 +17,11 @@ double ParseNumberE(const std::string& text, const std::string& path, const std:
 // A whole number > 0 (an image size, a camera id).
 std::uint64_t ParseCountE(const std::string& text, const std::string& path, const std::string& key);
 
-// The value with `digits` significant digits ("%.*g").
+// The value with `digits` significant digits: plain decimals from 1e-4 to 1e16 ("10000",
+// "0.0017831947042852964"), else the exponent form ("-3.64e-05").
 std::string FormatDigits(double value, int digits);
+
+// The fewest digits that read back as the value, for messages.
+std::string ShortestText(double value);
 
 }  // namespace vx_exchange

@@ -65,8 +65,8 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
   }
   if (!(c.fx > 0.0) || !(c.fy > 0.0))
     Fail(path, old ? "fx" : "f",
-         "the focal length must be greater than 0, found " + FormatDigits(c.fx, 17) + ", " +
-             FormatDigits(c.fy, 17));
+         "the focal length must be greater than 0, found " + ShortestText(c.fx) + ", " +
+             ShortestText(c.fy));
   return c;
 }
 

@@ -15,8 +15,8 @@ void CheckCameraMatrix(const TMatrix& k, const std::string& path, const std::str
     Fail(path, key, "not a camera matrix: its lower rows must be (0, fy, cy) and (0, 0, 1)");
   if (!(m[0] > 0.0) || !(m[4] > 0.0))
     Fail(path, key,
-         "the focal lengths fx, fy must be greater than 0, found " + FormatDigits(m[0], 17) + ", " +
-             FormatDigits(m[4], 17));
+         "the focal lengths fx, fy must be greater than 0, found " + ShortestText(m[0]) + ", " +
+             ShortestText(m[4]));
 }
 
 }  // namespace
@@ -46,8 +46,8 @@ TPixelCamera OpenCvCamera(const TMatrix& k, const TMatrix& d, const std::string&
   if (n >= 12) c.s = {v[8], v[9], v[10], v[11]};
   if (n == 14 && (v[12] != 0.0 || v[13] != 0.0))
     Fail(path, dKey,
-         "the tilt of the sensor (tauX, tauY = " + FormatDigits(v[12], 17) + ", " +
-             FormatDigits(v[13], 17) + ") cannot be represented");
+         "the tilt of the sensor (tauX, tauY = " + ShortestText(v[12]) + ", " +
+             ShortestText(v[13]) + ") cannot be represented");
   c.model = std::to_string(n) + " coefficients";
   return c;
 }
