@@ -166,7 +166,8 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
                               const TVxExchangeOptions& options) {
   if (!(options.pixelSizeMm > 0.0) || !std::isfinite(options.pixelSizeMm))
     Fail(options.path, "", "a pixel size is needed: the file gives pixels, the camera millimetres");
-  const TPixelCamera pixel = IoOf(format).read(content, options);
+  const TFormatIo io = IoOf(format);
+  const TPixelCamera pixel = io.read(content, options);
   if (pixel.s[0] != 0.0 || pixel.s[1] != 0.0 || pixel.s[2] != 0.0 || pixel.s[3] != 0.0)
     Fail(options.path, "distortion_coefficients",
          "the thin prism terms s1..s4 cannot be represented");
@@ -176,7 +177,8 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
   if (IsBrownConrady(pixel)) {
     result.camera = ToCamera(pixel, sx);
   } else {
-    // Rational terms or skew: the Formula model fitted to the source's own transform.
+    // Rational terms or skew: the Formula model fitted to the source's own transform, with the
+    // terms the source's format holds, so that the camera goes back into it without a fit.
     TPixelCamera bare = pixel;
     bare.k = {};
     bare.d = {};
@@ -186,7 +188,8 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
     const TFrame frame{pixel.width, pixel.height, sx, result.camera.pixelSize.y, {}};
     const TCamToMm source = PixelCamToMm(pixel, frame);
     try {
-      result.camera.distortion = FitFormula(source, result.camera, frame, true, pixel.skew != 0.0);
+      result.camera.distortion =
+          FitFormula(source, result.camera, frame, io.holdsProfile, pixel.skew != 0.0);
     } catch (const TVxExchangeError& e) {
       Fail(options.path, "", e.what());
     }

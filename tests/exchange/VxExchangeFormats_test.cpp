@@ -279,3 +279,95 @@ TEST_F(ExchangeFormats, TheFormatIsGuessedFromTheContent) {
 }
 
 }  // namespace
+
+namespace {
+
+// ROS's rational_polynomial, written here: fitted, reported, and the fitted camera goes back
+// into ROS (plumb_bob) with no second fit and imports again as the same camera.
+TEST_F(ExchangeFormats, RosRationalPolynomialIsFittedAndGoesBackWithoutASecondFit) {
+  const std::string text =
+      "image_width: 1280\nimage_height: 1024\ncamera_name: wide\n"
+      "camera_matrix:\n  rows: 3\n  cols: 3\n  data: [1400, 0, 640.5, 0, 1401, 511.5, 0, 0, 1]\n"
+      "distortion_model: rational_polynomial\n"
+      "distortion_coefficients:\n  rows: 1\n  cols: 8\n"
+      "  data: [-0.28, 0.07, 0.0004, -0.0002, -0.01, 0.01, 0, 0]\n";
+  const TVxImportResult result =
+      ImportCameraE(text, TVxExchangeFormat::Ros, Options(0.0048, "wide.yaml"));
+  EXPECT_TRUE(result.report.fitted);
+  EXPECT_EQ(result.report.model, "rational_polynomial");
+  EXPECT_EQ(result.camera.name, "wide");
+  EXPECT_GT(result.report.maxDeviationPx, 0.0);
+  EXPECT_LT(result.report.maxDeviationPx, 1.0);
+  EXPECT_EQ(result.camera.distortion.k4, 0.0) << "plumb_bob holds no k4";
+  const TVxExportResult out = ExportCameraE(result.camera, TVxExchangeFormat::Ros, {});
+  EXPECT_FALSE(out.report.fitted);
+  const TVxImportResult again =
+      ImportCameraE(out.content, TVxExchangeFormat::Ros, Options(0.0048, "again.yaml"));
+  EXPECT_FALSE(again.report.fitted);
+  EXPECT_EQ(again.camera.distortion, result.camera.distortion);
+}
+
+// The spelling of OpenCV's older calibration sample (Camera_Matrix, Distortion_Coefficients,
+// three-digit exponents) reads as the new one.
+TEST_F(ExchangeFormats, OlderOpenCvSpellingsImport) {
+  const std::string text =
+      "%YAML:1.0\nimage_Width: 640\nimage_Height: 480\n"
+      "Camera_Matrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: d\n"
+      "   data: [ 6.5746697810243404e+002, 0., 3.1950000000000000e+002, 0.,\n"
+      "       6.5746697810243404e+002, 2.3950000000000000e+002, 0., 0., 1. ]\n"
+      "Distortion_Coefficients: !!opencv-matrix\n   rows: 5\n   cols: 1\n   dt: d\n"
+      "   data: [ -4.1802327018241026e-001, 5.0715243805833121e-001, 0., 0.,\n"
+      "       -5.7843596847939704e-001 ]\n";
+  const TVxImportResult result =
+      ImportCameraE(text, TVxExchangeFormat::OpenCvYaml, Options(0.006, "out_camera_data.yml"));
+  EXPECT_FALSE(result.report.fitted);
+  TSourceCamera c;
+  c.width = 640;
+  c.height = 480;
+  c.fx = c.fy = 6.5746697810243404e+002;
+  c.cx = 319.5;
+  c.cy = 239.5;
+  c.k1 = -4.1802327018241026e-001;
+  c.k2 = 5.0715243805833121e-001;
+  c.k3 = -5.7843596847939704e-001;
+  EXPECT_LE(LargestImportError(
+                result.camera, [&](double x, double y) { return OpenCvProject(c, x, y); }, 640, 480,
+                c.fx, c.fy, 0.006),
+            kExactPx);
+}
+
+// A digital camera whose pixel origin is the lower-left corner: the export centres its camera
+// system, and the imported camera maps the same sensor points (shifted by the sensor's centre)
+// as the original.
+TEST_F(ExchangeFormats, ACameraWithItsOriginInACornerKeepsItsTransform) {
+  TVxCameraInfo camera = CreateDefaultCamera();
+  camera.name = "corner";
+  camera.focus = 35.0;
+  camera.pixelSize = {0.006, 0.006};
+  camera.sensorDims = {6000, 4000};
+  camera.digitalCameraOrigin = TVxCameraInfo::TDigitalCameraOrigin::LowerLeft;
+  camera.principalPoint = {18.03, 11.96};
+  camera.distortion.type = TDistortionType::Formula;
+  camera.distortion.direction = TVxCameraDistortion::TDirection::MmToCam;
+  camera.distortion.symmetryPoint = camera.principalPoint;
+  camera.distortion.k1 = -7e-5;
+  camera.distortion.p1 = 2e-6;
+  const TVxExportResult out = ExportCameraE(camera, TVxExchangeFormat::OpenCvXml, {});
+  EXPECT_FALSE(out.report.fitted);
+  const TVxImportResult in =
+      ImportCameraE(out.content, TVxExchangeFormat::OpenCvXml, Options(0.006, "corner.xml"));
+  const TransformHandle a = CreateCamToMmTransform(camera);
+  const TransformHandle b = CreateCamToMmTransform(in.camera);
+  double worst = 0.0;
+  for (int j = 0; j <= 20; ++j) {
+    for (int i = 0; i <= 20; ++i) {
+      const vec_t_<double, 2> p{36.0 * i / 20, 24.0 * j / 20};  // the corner at (0, 0)
+      const vec_t_<double, 2> qa = a->TransformPoint(p);
+      const vec_t_<double, 2> qb = b->TransformPoint({p.x - 18.0, p.y - 12.0});
+      worst = std::max(worst, std::hypot(qa.x - qb.x, qa.y - qb.y));
+    }
+  }
+  EXPECT_LE(worst, 1e-12);
+}
+
+}  // namespace
