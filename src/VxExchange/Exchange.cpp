@@ -123,6 +123,47 @@ TVxCameraInfo FittedTarget(const TVxCameraInfo& camera, const TFrame& frame, boo
   return target;
 }
 
+// A camera with rational terms or skew: the Formula model fitted to the source's own transform,
+// with the terms the source's format holds (k4 for Metashape), so that the camera goes back into
+// it without a second fit.
+void FittedImport(const TPixelCamera& pixel, double sx, bool k4, const std::string& path,
+                  TVxImportResult* result) {
+  TPixelCamera bare = pixel;
+  bare.k = {};
+  bare.d = {};
+  bare.p1 = bare.p2 = bare.p3 = bare.p4 = 0.0;
+  bare.skew = 0.0;
+  result->camera = ToCamera(bare, sx);
+  const TFrame frame{pixel.width, pixel.height, sx, result->camera.pixelSize.y, {}};
+  const TCamToMm source = PixelCamToMm(pixel, frame);
+  try {
+    result->camera.distortion = FitFormula(source, result->camera, frame, k4, pixel.skew != 0.0);
+  } catch (const TVxExchangeError& e) {
+    Fail(path, "", e.what());
+  }
+  const std::array<double, 2> deviation = MaxDeviation(source, result->camera, frame);
+  if (!std::isfinite(deviation[0]))
+    Fail(path, "", "the fitted distortion cannot be inverted over the whole sensor");
+  result->report.fitted = true;
+  result->report.maxDeviationMm = deviation[0];
+  result->report.maxDeviationPx = deviation[1];
+}
+
+// The deviation of a fitted export: the camera against what the written numbers import to.
+void MeasureWritten(const TVxCameraInfo& camera, const std::vector<TParam>& params,
+                    const TPixelCamera& base, const TFrame& frame, TVxExchangeReport* report) {
+  std::vector<double> values;
+  for (const TParam& p : params) values.push_back(std::strtod(p.text.c_str(), nullptr));
+  const TVxCameraInfo written = ToCamera(Apply(params, values, base), frame.sx);
+  const TransformHandle transform = CreateCamToMmTransform(camera);
+  const TCamToMm source = [&transform](const TPoint& p) { return transform->TransformPoint(p); };
+  const std::array<double, 2> deviation = MaxDeviation(source, written, frame);
+  if (!std::isfinite(deviation[0]))
+    Fail("", "", "the camera's distortion cannot be mapped over the whole sensor");
+  report->maxDeviationMm = deviation[0];
+  report->maxDeviationPx = deviation[1];
+}
+
 }  // namespace
 
 const std::string& TextOf(const std::vector<TParam>& params, const std::string& name) {
@@ -173,33 +214,10 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
          "the thin prism terms s1..s4 cannot be represented");
   TVxImportResult result;
   result.report.model = pixel.model;
-  const double sx = options.pixelSizeMm;
-  if (IsBrownConrady(pixel)) {
-    result.camera = ToCamera(pixel, sx);
-  } else {
-    // Rational terms or skew: the Formula model fitted to the source's own transform, with the
-    // terms the source's format holds, so that the camera goes back into it without a fit.
-    TPixelCamera bare = pixel;
-    bare.k = {};
-    bare.d = {};
-    bare.p1 = bare.p2 = bare.p3 = bare.p4 = 0.0;
-    bare.skew = 0.0;
-    result.camera = ToCamera(bare, sx);
-    const TFrame frame{pixel.width, pixel.height, sx, result.camera.pixelSize.y, {}};
-    const TCamToMm source = PixelCamToMm(pixel, frame);
-    try {
-      result.camera.distortion =
-          FitFormula(source, result.camera, frame, io.holdsProfile, pixel.skew != 0.0);
-    } catch (const TVxExchangeError& e) {
-      Fail(options.path, "", e.what());
-    }
-    const std::array<double, 2> deviation = MaxDeviation(source, result.camera, frame);
-    if (!std::isfinite(deviation[0]))
-      Fail(options.path, "", "the fitted distortion cannot be inverted over the whole sensor");
-    result.report.fitted = true;
-    result.report.maxDeviationMm = deviation[0];
-    result.report.maxDeviationPx = deviation[1];
-  }
+  if (IsBrownConrady(pixel))
+    result.camera = ToCamera(pixel, options.pixelSizeMm);
+  else
+    FittedImport(pixel, options.pixelSizeMm, io.holdsProfile, options.path, &result);
   if (result.camera.name.empty()) result.camera.name = BaseName(options.path);
   result.camera.description = "Imported from the " + ExchangeFormatToText(format) + " file '" +
                               BaseName(options.path) + "' (" + pixel.model + ").";
@@ -221,22 +239,10 @@ TVxExportResult ExportCameraE(const TVxCameraInfo& camera, TVxExchangeFormat for
   wanted.principalPoint = {target.principalPoint.x - frame.centre.x,
                            target.principalPoint.y - frame.centre.y};
   wanted.distortion.symmetryPoint = wanted.principalPoint;
-  TPixelCamera base = pixel;
-  ChooseTexts(&params, base, frame.sx, wanted);
+  ChooseTexts(&params, pixel, frame.sx, wanted);
   result.content = io.write(params, pixel, options);
   result.report.fitted = !exact;
-  if (!exact) {
-    std::vector<double> values;
-    for (const TParam& p : params) values.push_back(std::strtod(p.text.c_str(), nullptr));
-    const TVxCameraInfo written = ToCamera(Apply(params, values, base), frame.sx);
-    const TransformHandle transform = CreateCamToMmTransform(camera);
-    const TCamToMm source = [&transform](const TPoint& p) { return transform->TransformPoint(p); };
-    const std::array<double, 2> deviation = MaxDeviation(source, written, frame);
-    if (!std::isfinite(deviation[0]))
-      Fail("", "", "the camera's distortion cannot be mapped over the whole sensor");
-    result.report.maxDeviationMm = deviation[0];
-    result.report.maxDeviationPx = deviation[1];
-  }
+  if (!exact) MeasureWritten(camera, params, pixel, frame, &result.report);
   return result;
 }
 
