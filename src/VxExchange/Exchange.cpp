@@ -3,11 +3,16 @@
 #include <cmath>
 #include <cstdlib>
 
+#include <sstream>
+
 #include "CameraConversion.h"
+#include "ColmapModels.h"
 #include "ExchangeText.h"
 #include "FormatIo.h"
 #include "VxCameraMath.h"
 #include "VxExchange.h"
+#include "XmlFiles.h"
+#include "YamlFiles.h"
 
 namespace vx_exchange {
 namespace {
@@ -164,6 +169,43 @@ void MeasureWritten(const TVxCameraInfo& camera, const std::vector<TParam>& para
   report->maxDeviationPx = deviation[1];
 }
 
+// An XML file by its root element.
+TVxExchangeFormat GuessXml(const std::string& content, const std::string& path) {
+  pugi::xml_document document;
+  LoadXmlE(&document, content, path);
+  const std::string root = document.document_element().name();
+  if (root == "opencv_storage") return TVxExchangeFormat::OpenCvXml;
+  if (root == "calibration") return TVxExchangeFormat::Metashape;
+  Fail(path, root, "an XML root of neither OpenCV (opencv_storage) nor Metashape (calibration)");
+}
+
+// A YAML mapping by its keys: ROS names its distortion model, OpenCV its camera matrix.
+std::optional<TVxExchangeFormat> GuessYaml(const std::string& content) {
+  YAML::Node root;
+  try {
+    root = LoadYamlE(content, "");
+  } catch (const TVxExchangeError&) {
+    return std::nullopt;
+  }
+  if (root["distortion_model"]) return TVxExchangeFormat::Ros;
+  for (const char* key : {"camera_matrix", "Camera_Matrix", "cameraMatrix"})
+    if (root[key]) return TVxExchangeFormat::OpenCvYaml;
+  return std::nullopt;
+}
+
+// COLMAP's text: the first line that is not a comment names a model COLMAP knows.
+bool LooksLikeColmapText(const std::string& content) {
+  std::istringstream lines(content);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    std::string id, model;
+    if (!(words >> id) || id[0] == '#') continue;
+    bool fisheye = false;
+    return (words >> model) && ColmapParamCount(model, &fisheye) >= 0;
+  }
+  return false;
+}
+
 }  // namespace
 
 const std::string& TextOf(const std::vector<TParam>& params, const std::string& name) {
@@ -250,20 +292,11 @@ TVxExchangeFormat GuessExchangeFormatE(const std::string& content, const std::st
   if (content.find('\0') != std::string::npos) return TVxExchangeFormat::ColmapBinary;
   const std::size_t first = content.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
   if (first == std::string::npos) Fail(path, "", "the file is empty");
+  if (content[first] == '<') return GuessXml(content, path);
+  // OpenCV's own header, which no other of these formats writes.
   if (content.compare(first, 6, "%YAML:") == 0) return TVxExchangeFormat::OpenCvYaml;
-  if (content[first] == '<') {
-    if (content.find("<opencv_storage") != std::string::npos) return TVxExchangeFormat::OpenCvXml;
-    if (content.find("<calibration") != std::string::npos) return TVxExchangeFormat::Metashape;
-    Fail(path, "", "an XML file of neither OpenCV (opencv_storage) nor Metashape (calibration)");
-  }
-  if (content.find("distortion_model") != std::string::npos) return TVxExchangeFormat::Ros;
-  if (content.find("camera_matrix") != std::string::npos ||
-      content.find("Camera_Matrix") != std::string::npos)
-    return TVxExchangeFormat::OpenCvYaml;
-  if (content.find("PINHOLE") != std::string::npos || content.find("RADIAL") != std::string::npos ||
-      content.find("OPENCV") != std::string::npos ||
-      content.find("# Camera list") != std::string::npos)
-    return TVxExchangeFormat::ColmapText;
+  if (const std::optional<TVxExchangeFormat> yaml = GuessYaml(content)) return *yaml;
+  if (LooksLikeColmapText(content)) return TVxExchangeFormat::ColmapText;
   Fail(path, "",
        "not a camera file of a known format (opencv-yaml, opencv-xml, ros, colmap-text, "
        "colmap-bin, metashape)");
