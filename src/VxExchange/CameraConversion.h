@@ -51,6 +51,9 @@ TCamToMm PixelCamToMm(const TPixelCamera& c, const TFrame& frame);
 
 // The least-squares fit, over a grid on the sensor, of the Formula model in the sense MmToCam
 // about the principal point to `source`: k1..k3 (and k4 with `k4`), p1, p2 (and b2 with `b2`).
+// Not ApproxCameraDistortion of the system: that fits the mean radial curve in the sense
+// CamToMm, where these formats need the whole 2-D displacement, decentering included, in the
+// sense ideal to observed.
 // Returns the record; throws TVxExchangeError when the source cannot map the grid.
 TVxCameraDistortion FitFormula(const TCamToMm& source, const TVxCameraInfo& camera,
                                const TFrame& frame, bool k4, bool b2);
