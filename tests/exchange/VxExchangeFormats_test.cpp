@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 
 #include "ExchangeTestSupport.h"
 #include "VxCameraUtils.h"
@@ -368,6 +370,24 @@ TEST_F(ExchangeFormats, ACameraWithItsOriginInACornerKeepsItsTransform) {
     }
   }
   EXPECT_LE(worst, 1e-12);
+}
+
+}  // namespace
+
+namespace {
+
+// A file with Windows line ends (as OpenCV's samples are in its repository) reads as the same.
+TEST_F(ExchangeFormats, WindowsLineEndsReadAsTheSameCamera) {
+  const std::string path = DataPath("opencv_samples_data_aruco_tutorial_camera_charuco.yml");
+  std::ifstream in(path, std::ios::binary);
+  const std::string unix((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string windows;
+  for (char c : unix) windows += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  const TVxExchangeOptions options = Options(kPixel, "charuco.yml");
+  EXPECT_EQ(GuessExchangeFormatE(windows, "charuco.yml"), TVxExchangeFormat::OpenCvYaml);
+  const TVxImportResult a = ImportCameraE(unix, TVxExchangeFormat::OpenCvYaml, options);
+  const TVxImportResult b = ImportCameraE(windows, TVxExchangeFormat::OpenCvYaml, options);
+  EXPECT_EQ(a.camera, b.camera);
 }
 
 }  // namespace
