@@ -14,13 +14,19 @@
 namespace vx_exchange {
 namespace {
 
-double Number(const pugi::xml_node& root, const char* key, const std::string& path, bool required) {
+// The file being read: its text and name, for the line and column of a bad value.
+struct TSource {
+  const std::string& content;
+  const std::string& path;
+};
+
+double Number(const pugi::xml_node& root, const char* key, const TSource& source, bool required) {
   const std::string text = ChildText(root, key);
   if (text.empty()) {
-    if (required) Fail(path, key, "missing key");
+    if (required) Fail(source.path, key, "missing key");
     return 0.0;
   }
-  return ParseNumberE(text, path, key);
+  return ParseNumberE(text, XmlWhere(source.content, source.path, root.child(key)), key);
 }
 
 TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options) {
@@ -31,7 +37,9 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
   if (!root) Fail(path, "calibration", "missing root element");
   const std::string projection = ChildText(root, "projection");
   if (!projection.empty() && projection != "frame")
-    Fail(path, "projection", "the projection '" + projection + "' cannot be represented");
+    Fail(XmlWhere(content, path, root.child("projection")), "projection",
+         "the projection '" + projection + "' cannot be represented");
+  const TSource source{content, path};
   TPixelCamera c;
   c.width = ParseCountE(ChildText(root, "width"), path, "width");
   c.height = ParseCountE(ChildText(root, "height"), path, "height");
@@ -40,26 +48,26 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
   const bool old = !root.child("f") && root.child("fx");
   for (int i = 0; i < 4; ++i)
     c.k[static_cast<std::size_t>(i)] =
-        Number(root, ("k" + std::to_string(i + 1)).c_str(), path, false);
-  const double p1 = Number(root, "p1", path, false), p2 = Number(root, "p2", path, false);
-  c.p3 = Number(root, "p3", path, false);
-  c.p4 = Number(root, "p4", path, false);
+        Number(root, ("k" + std::to_string(i + 1)).c_str(), source, false);
+  const double p1 = Number(root, "p1", source, false), p2 = Number(root, "p2", source, false);
+  c.p3 = Number(root, "p3", source, false);
+  c.p4 = Number(root, "p4", source, false);
   if (old) {
     c.model = "PhotoScan fx/fy";
-    c.fx = Number(root, "fx", path, true);
-    c.fy = Number(root, "fy", path, true);
-    c.cx = Number(root, "cx", path, true) - 0.5;
-    c.cy = Number(root, "cy", path, true) - 0.5;
-    c.skew = Number(root, "skew", path, false);
+    c.fx = Number(root, "fx", source, true);
+    c.fy = Number(root, "fy", source, true);
+    c.cx = Number(root, "cx", source, true) - 0.5;
+    c.cy = Number(root, "cy", source, true) - 0.5;
+    c.skew = Number(root, "skew", source, false);
     c.p1 = p1;
     c.p2 = p2;
   } else {
     c.model = "Metashape f";
-    c.fy = Number(root, "f", path, true);
-    c.fx = c.fy + Number(root, "b1", path, false);
-    c.skew = Number(root, "b2", path, false);
-    c.cx = halfW + Number(root, "cx", path, false) - 0.5;
-    c.cy = halfH + Number(root, "cy", path, false) - 0.5;
+    c.fy = Number(root, "f", source, true);
+    c.fx = c.fy + Number(root, "b1", source, false);
+    c.skew = Number(root, "b2", source, false);
+    c.cx = halfW + Number(root, "cx", source, false) - 0.5;
+    c.cy = halfH + Number(root, "cy", source, false) - 0.5;
     c.p1 = p2;
     c.p2 = p1;
   }

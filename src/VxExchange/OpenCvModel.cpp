@@ -5,7 +5,8 @@
 namespace vx_exchange {
 namespace {
 
-void CheckCameraMatrix(const TMatrix& k, const std::string& path, const std::string& key) {
+void CheckCameraMatrix(const TMatrix& k, const std::string& key) {
+  const std::string& path = k.where;
   if (k.rows != 3 || k.cols != 3)
     Fail(path, key,
          "a camera matrix has 3 x 3 values, found " + std::to_string(k.rows) + " x " +
@@ -21,9 +22,10 @@ void CheckCameraMatrix(const TMatrix& k, const std::string& path, const std::str
 
 }  // namespace
 
-TPixelCamera OpenCvCamera(const TMatrix& k, const TMatrix& d, const std::string& path,
-                          const std::string& kKey, const std::string& dKey) {
-  CheckCameraMatrix(k, path, kKey);
+TPixelCamera OpenCvCamera(const TMatrix& k, const TMatrix& d, const std::string& kKey,
+                          const std::string& dKey) {
+  CheckCameraMatrix(k, kKey);
+  const std::string& path = d.where;
   const std::size_t n = d.data.size();
   const bool vector = d.rows == 1 || d.cols == 1;
   if (!vector || (n != 4 && n != 5 && n != 8 && n != 12 && n != 14))

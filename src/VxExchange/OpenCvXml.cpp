@@ -22,8 +22,10 @@ pugi::xml_node FindChildE(const pugi::xml_node& root, std::initializer_list<cons
   Fail(path, *names.begin(), "missing key");
 }
 
+// `path` is the file with the matrix element's line and column.
 TMatrix MatrixE(const pugi::xml_node& node, const std::string& path, const std::string& key) {
   TMatrix m;
+  m.where = path;
   const std::string rows = ChildText(node, "rows"), cols = ChildText(node, "cols");
   if (rows.empty()) Fail(path, key + ".rows", "missing key");
   if (cols.empty()) Fail(path, key + ".cols", "missing key");
@@ -57,9 +59,12 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
       path, &dKey);
   FindChildE(root, {"image_width", "image_Width"}, path, &wKey);
   FindChildE(root, {"image_height", "image_Height"}, path, &hKey);
-  TPixelCamera c = OpenCvCamera(MatrixE(k, path, kKey), MatrixE(d, path, dKey), path, kKey, dKey);
-  c.width = ParseCountE(ChildText(root, wKey.c_str()), path, wKey);
-  c.height = ParseCountE(ChildText(root, hKey.c_str()), path, hKey);
+  TPixelCamera c = OpenCvCamera(MatrixE(k, XmlWhere(content, path, k), kKey),
+                                MatrixE(d, XmlWhere(content, path, d), dKey), kKey, dKey);
+  c.width = ParseCountE(ChildText(root, wKey.c_str()),
+                        XmlWhere(content, path, root.child(wKey.c_str())), wKey);
+  c.height = ParseCountE(ChildText(root, hKey.c_str()),
+                         XmlWhere(content, path, root.child(hKey.c_str())), hKey);
   return c;
 }
 

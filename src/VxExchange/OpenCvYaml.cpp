@@ -20,8 +20,7 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
       path, true, &dKey);
   const YAML::Node w = FindKeyE(root, {"image_width", "image_Width"}, path, true, &wKey);
   const YAML::Node h = FindKeyE(root, {"image_height", "image_Height"}, path, true, &hKey);
-  TPixelCamera c =
-      OpenCvCamera(YamlMatrixE(k, path, kKey), YamlMatrixE(d, path, dKey), path, kKey, dKey);
+  TPixelCamera c = OpenCvCamera(YamlMatrixE(k, path, kKey), YamlMatrixE(d, path, dKey), kKey, dKey);
   c.width = YamlCountE(w, path, wKey);
   c.height = YamlCountE(h, path, hKey);
   return c;

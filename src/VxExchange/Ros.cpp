@@ -17,7 +17,7 @@ void CheckOptionalMatrix(const YAML::Node& root, const char* key, std::size_t ro
   if (!node) return;
   const TMatrix m = YamlMatrixE(node, path, key);
   if (m.rows != rows || m.cols != cols)
-    Fail(path, key,
+    Fail(m.where, key,
          std::to_string(rows) + " x " + std::to_string(cols) + " expected, found " +
              std::to_string(m.rows) + " x " + std::to_string(m.cols));
 }
@@ -28,9 +28,10 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
   const YAML::Node model = FindKeyE(root, {"distortion_model"}, path, true, nullptr);
   const std::string name = model.IsScalar() ? model.Scalar() : std::string();
   if (name == "equidistant" || name == "fisheye")
-    Fail(path, "distortion_model", "the fisheye model '" + name + "' cannot be represented");
+    Fail(Where(path, model), "distortion_model",
+         "the fisheye model '" + name + "' cannot be represented");
   if (name != "plumb_bob" && name != "rational_polynomial")
-    Fail(path, "distortion_model",
+    Fail(Where(path, model), "distortion_model",
          "unknown model '" + name + "' (known: plumb_bob, rational_polynomial)");
   const TMatrix k =
       YamlMatrixE(FindKeyE(root, {"camera_matrix"}, path, true, nullptr), path, "camera_matrix");
@@ -38,12 +39,12 @@ TPixelCamera Read(const std::string& content, const TVxExchangeOptions& options)
                                 path, "distortion_coefficients");
   const std::size_t n = d.data.size();
   if ((name == "plumb_bob" && n != 5 && n != 4) || (name == "rational_polynomial" && n != 8))
-    Fail(path, "distortion_coefficients",
+    Fail(d.where, "distortion_coefficients",
          name + " has " + (name == "plumb_bob" ? "5" : "8") + " coefficients, found " +
              std::to_string(n));
   CheckOptionalMatrix(root, "rectification_matrix", 3, 3, path);
   CheckOptionalMatrix(root, "projection_matrix", 3, 4, path);
-  TPixelCamera c = OpenCvCamera(k, d, path, "camera_matrix", "distortion_coefficients");
+  TPixelCamera c = OpenCvCamera(k, d, "camera_matrix", "distortion_coefficients");
   c.width = YamlCountE(FindKeyE(root, {"image_width"}, path, true, nullptr), path, "image_width");
   c.height =
       YamlCountE(FindKeyE(root, {"image_height"}, path, true, nullptr), path, "image_height");

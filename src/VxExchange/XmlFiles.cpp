@@ -14,6 +14,19 @@ void LoadXmlE(pugi::xml_document* document, const std::string& content, const st
              std::to_string(result.offset));
 }
 
+std::string XmlWhere(const std::string& content, const std::string& path,
+                     const pugi::xml_node& node) {
+  const std::ptrdiff_t offset = node.offset_debug();
+  if (offset < 0 || static_cast<std::size_t>(offset) > content.size()) return path;
+  const std::size_t end = static_cast<std::size_t>(offset);
+  std::size_t line = 1, lineStart = 0;
+  for (std::size_t i = 0; i < end; ++i)
+    if (content[i] == '\n') ++line, lineStart = i + 1;
+  // pugixml's offset is past the '<' of an element: the column of the '<' itself.
+  const std::size_t column = end - lineStart;
+  return path + ":" + std::to_string(line) + ":" + std::to_string(column);
+}
+
 std::string ChildText(const pugi::xml_node& parent, const char* name) {
   std::string text = parent.child(name).text().get();
   const std::size_t first = text.find_first_not_of(" \t\r\n");

@@ -10,6 +10,10 @@ namespace vx_exchange {
 // The document of `content`; a syntax error throws naming the file and the byte offset.
 void LoadXmlE(pugi::xml_document* document, const std::string& content, const std::string& path);
 
+// The file with the line and column of a node of `content` ("cal.xml:12:4"), for messages.
+std::string XmlWhere(const std::string& content, const std::string& path,
+                     const pugi::xml_node& node);
+
 // The text of the child element `name` of `parent`; empty when there is none.
 std::string ChildText(const pugi::xml_node& parent, const char* name);
 

@@ -23,6 +23,12 @@ YAML::Node LoadYamlE(const std::string& content, const std::string& path) {
   return root;
 }
 
+std::string Where(const std::string& path, const YAML::Node& node) {
+  const YAML::Mark mark = node.Mark();
+  if (mark.is_null()) return path;
+  return path + ":" + std::to_string(mark.line + 1) + ":" + std::to_string(mark.column + 1);
+}
+
 YAML::Node FindKeyE(const YAML::Node& map, std::initializer_list<const char*> names,
                     const std::string& path, bool required, std::string* found) {
   for (const char* name : names) {
@@ -36,35 +42,37 @@ YAML::Node FindKeyE(const YAML::Node& map, std::initializer_list<const char*> na
 }
 
 double YamlNumberE(const YAML::Node& node, const std::string& path, const std::string& key) {
-  if (!node.IsScalar()) Fail(path, key, "expected a number");
-  return ParseNumberE(node.Scalar(), path, key);
+  if (!node.IsScalar()) Fail(Where(path, node), key, "expected a number");
+  return ParseNumberE(node.Scalar(), Where(path, node), key);
 }
 
 std::uint64_t YamlCountE(const YAML::Node& node, const std::string& path, const std::string& key) {
-  if (!node.IsScalar()) Fail(path, key, "expected a whole number");
-  return ParseCountE(node.Scalar(), path, key);
+  if (!node.IsScalar()) Fail(Where(path, node), key, "expected a whole number");
+  return ParseCountE(node.Scalar(), Where(path, node), key);
 }
 
 TMatrix YamlMatrixE(const YAML::Node& node, const std::string& path, const std::string& key) {
-  if (!node.IsMap()) Fail(path, key, "expected a matrix with rows, cols and data");
+  const std::string where = Where(path, node);
+  if (!node.IsMap()) Fail(where, key, "expected a matrix with rows, cols and data");
   auto need = [&](const char* sub) {
     const YAML::Node n = node[sub];
-    if (!n) Fail(path, key + "." + sub, "missing key");
+    if (!n) Fail(where, key + "." + sub, "missing key");
     return n;
   };
   TMatrix m;
+  m.where = where;
   m.rows = YamlCountE(need("rows"), path, key + ".rows");
   m.cols = YamlCountE(need("cols"), path, key + ".cols");
   if (const YAML::Node dt = node["dt"]) {
     if (!dt.IsScalar() || (dt.Scalar() != "d" && dt.Scalar() != "f"))
-      Fail(path, key + ".dt",
+      Fail(Where(path, dt), key + ".dt",
            "expected d or f (numbers), found '" + (dt.IsScalar() ? dt.Scalar() : std::string("?")) +
                "'");
   }
   const YAML::Node data = need("data");
-  if (!data.IsSequence()) Fail(path, key + ".data", "expected a list of numbers");
+  if (!data.IsSequence()) Fail(Where(path, data), key + ".data", "expected a list of numbers");
   if (data.size() != m.rows * m.cols)
-    Fail(path, key + ".data",
+    Fail(Where(path, data), key + ".data",
          std::to_string(m.rows) + " x " + std::to_string(m.cols) + " values expected, found " +
              std::to_string(data.size()));
   for (std::size_t i = 0; i < data.size(); ++i)

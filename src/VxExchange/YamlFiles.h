@@ -21,11 +21,15 @@ YAML::Node LoadYamlE(const std::string& content, const std::string& path);
 YAML::Node FindKeyE(const YAML::Node& map, std::initializer_list<const char*> names,
                     const std::string& path, bool required, std::string* found);
 
+// The file with the line and column of a node ("cal.yml:12:4"), for messages.
+std::string Where(const std::string& path, const YAML::Node& node);
+
 // A number, or a whole number > 0.
 double YamlNumberE(const YAML::Node& node, const std::string& path, const std::string& key);
 std::uint64_t YamlCountE(const YAML::Node& node, const std::string& path, const std::string& key);
 
-// A matrix {rows, cols, [dt], data} whose data hold rows x cols finite numbers.
+// A matrix {rows, cols, [dt], data} whose data hold rows x cols finite numbers; its `where` is
+// the file with the matrix's line and column.
 TMatrix YamlMatrixE(const YAML::Node& node, const std::string& path, const std::string& key);
 
 // A YAML flow sequence of texts: "[a, b, c]".

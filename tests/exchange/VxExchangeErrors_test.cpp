@@ -43,14 +43,15 @@ const std::vector<TBadFile>& BadFiles() {
        "f: distortion_coefficients: missing key"},
       {"OpenCvSixCoefficients", TVxExchangeFormat::OpenCvYaml,
        std::string(kCv) + CvDistortion("rows: 6\n   cols: 1", "0, 0, 0, 0, 0, 0"),
-       "f: distortion_coefficients: expected a row or column of 4, 5, 8, 12 or 14 coefficients, "
+       "f:10:26: distortion_coefficients: expected a row or column of 4, 5, 8, 12 or 14 "
+       "coefficients, "
        "found 6 x 1"},
       {"OpenCvWrongDataCount", TVxExchangeFormat::OpenCvYaml,
        std::string(kCv) + CvDistortion("rows: 5\n   cols: 1", "0, 0, 0, 0"),
-       "f: distortion_coefficients.data: 5 x 1 values expected, found 4"},
+       "f:14:10: distortion_coefficients.data: 5 x 1 values expected, found 4"},
       {"OpenCvNaN", TVxExchangeFormat::OpenCvYaml,
        std::string(kCv) + CvDistortion("rows: 5\n   cols: 1", "0, .nan, 0, 0, 0"),
-       "f: distortion_coefficients.data[1]: not a finite decimal number: '.nan'"},
+       "f:14:14: distortion_coefficients.data[1]: not a finite decimal number: '.nan'"},
       {"OpenCvThinPrism", TVxExchangeFormat::OpenCvYaml,
        std::string(kCv) +
            CvDistortion("rows: 12\n   cols: 1", "0, 0, 0, 0, 0, 0, 0, 0, 0.001, 0, 0, 0"),
@@ -58,7 +59,7 @@ const std::vector<TBadFile>& BadFiles() {
       {"OpenCvTilt", TVxExchangeFormat::OpenCvYaml,
        std::string(kCv) +
            CvDistortion("rows: 14\n   cols: 1", "0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0.01, 0"),
-       "f: distortion_coefficients: the tilt of the sensor (tauX, tauY = 0.01, 0) cannot be "
+       "f:10:26: distortion_coefficients: the tilt of the sensor (tauX, tauY = 0.01, 0) cannot be "
        "represented"},
       {"OpenCvXmlMissingData", TVxExchangeFormat::OpenCvXml,
        "<?xml version=\"1.0\"?><opencv_storage><image_width>640</image_width><image_height>480"
@@ -66,23 +67,23 @@ const std::vector<TBadFile>& BadFiles() {
        "<dt>d</dt></camera_matrix><distortion_coefficients type_id=\"opencv-matrix\"><rows>5"
        "</rows><cols>1</cols><dt>d</dt><data>0 0 0 0 0</data></distortion_coefficients>"
        "</opencv_storage>",
-       "f: camera_matrix.data: missing key"},
+       "f:1:100: camera_matrix.data: missing key"},
       {"OpenCvXmlBroken", TVxExchangeFormat::OpenCvXml, "<opencv_storage><a></b></opencv_storage>",
        "f: not XML: Start-end tags mismatch at byte 21"},
       {"RosUnknownModel", TVxExchangeFormat::Ros, std::string(kRos) + "distortion_model: brown\n",
-       "f: distortion_model: unknown model 'brown' (known: plumb_bob, rational_polynomial)"},
+       "f:8:19: distortion_model: unknown model 'brown' (known: plumb_bob, rational_polynomial)"},
       {"RosFisheye", TVxExchangeFormat::Ros, std::string(kRos) + "distortion_model: equidistant\n",
-       "f: distortion_model: the fisheye model 'equidistant' cannot be represented"},
+       "f:8:19: distortion_model: the fisheye model 'equidistant' cannot be represented"},
       {"RosWrongCount", TVxExchangeFormat::Ros,
        std::string(kRos) +
            "distortion_model: plumb_bob\ndistortion_coefficients:\n  rows: 1\n  cols: 8\n"
            "  data: [0, 0, 0, 0, 0, 0, 0, 0]\n",
-       "f: distortion_coefficients: plumb_bob has 5 coefficients, found 8"},
+       "f:10:3: distortion_coefficients: plumb_bob has 5 coefficients, found 8"},
       {"RosCameraMatrix2x3", TVxExchangeFormat::Ros,
        "image_width: 640\nimage_height: 480\ncamera_matrix:\n  rows: 2\n  cols: 3\n"
        "  data: [500, 0, 320, 0, 500, 240]\ndistortion_model: plumb_bob\n"
        "distortion_coefficients:\n  rows: 1\n  cols: 5\n  data: [0, 0, 0, 0, 0]\n",
-       "f: camera_matrix: a camera matrix has 3 x 3 values, found 2 x 3"},
+       "f:4:3: camera_matrix: a camera matrix has 3 x 3 values, found 2 x 3"},
       {"ColmapUnknownModel", TVxExchangeFormat::ColmapText, "1 PINHOLISH 640 480 1 2 3 4\n",
        "f: line 1: unknown model 'PINHOLISH'"},
       {"ColmapFisheye", TVxExchangeFormat::ColmapText,
@@ -115,10 +116,10 @@ const std::vector<TBadFile>& BadFiles() {
       {"MetashapeFisheye", TVxExchangeFormat::Metashape,
        "<calibration><projection>fisheye</projection><width>10</width><height>10</height><f>5"
        "</f></calibration>",
-       "f: projection: the projection 'fisheye' cannot be represented"},
+       "f:1:14: projection: the projection 'fisheye' cannot be represented"},
       {"MetashapeBadNumber", TVxExchangeFormat::Metashape,
        "<calibration><width>10</width><height>10</height><f>5</f><k1>0.1x</k1></calibration>",
-       "f: k1: not a finite decimal number: '0.1x'"},
+       "f:1:58: k1: not a finite decimal number: '0.1x'"},
       {"MetashapeNoWidth", TVxExchangeFormat::Metashape,
        "<calibration><height>10</height><f>5</f></calibration>",
        "f: width: not a whole number greater than 0: ''"},
