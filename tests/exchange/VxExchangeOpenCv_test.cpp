@@ -1,6 +1,7 @@
 // OpenCV and ROS files against OpenCV itself: the real calibrations of tests/data/interop and
 // files written by cv::FileStorage import exactly, map points as cv::projectPoints and
 // cv::undistortPoints do, and what we write OpenCV reads back as the same numbers.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <yaml-cpp/yaml.h>
 
@@ -10,6 +11,7 @@
 #include "ExchangeTestSupport.h"
 #include "VxCameraUtils.h"
 #include "VxFileHelpers.h"
+#include "VxXIni.h"
 
 namespace {
 
@@ -303,6 +305,25 @@ TEST_F(ExchangeOpenCv, DecenteringConventionOfTheDistortionPage) {
   };
   EXPECT_LE(largestError(-p1 / f), kExactPx);
   EXPECT_GT(largestError(p1 / f), 1.0);
+}
+
+}  // namespace
+
+namespace {
+
+// The exchange reads OpenCV's tags through yaml-cpp itself; the strict settings reader of our
+// own files keeps refusing them.
+TEST(ExchangeSettingsReader, StillRefusesOpenCvTagsInOurOwnFiles) {
+  const std::string path = DataPath("opencv_samples_data_left_intrinsics_TRIMMED.yml");
+  try {
+    const auto reader = TVxXIniReader::FromFile(path);
+    TVxCameraInfo camera;
+    XIniLoadE(reader.get(), camera);
+    FAIL() << "the settings reader took a tag";
+  } catch (const TVxXIniReadError& e) {
+    EXPECT_THAT(e.what(), ::testing::HasSubstr("tags (tag:yaml.org,2002:opencv-matrix) are not "
+                                               "allowed in settings files"));
+  }
 }
 
 }  // namespace
