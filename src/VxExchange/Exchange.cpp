@@ -260,6 +260,9 @@ TVxImportResult ImportCameraE(const std::string& content, TVxExchangeFormat form
     result.camera = ToCamera(pixel, options.pixelSizeMm);
   else
     FittedImport(pixel, options.pixelSizeMm, io.holdsProfile, options.path, &result);
+  for (double value : Fields(result.camera))
+    if (!std::isfinite(value))
+      Fail(options.path, "", "the camera's numbers reach beyond the range of numbers");
   if (result.camera.name.empty()) result.camera.name = BaseName(options.path);
   result.camera.description = "Imported from the " + ExchangeFormatToText(format) + " file '" +
                               BaseName(options.path) + "' (" + pixel.model + ").";
@@ -280,8 +283,12 @@ TVxExportResult ExportCameraE(const TVxCameraInfo& camera, TVxExchangeFormat for
   wanted.pixelSize = {frame.sx, frame.sy};
   wanted.principalPoint = {target.principalPoint.x - frame.centre.x,
                            target.principalPoint.y - frame.centre.y};
-  wanted.distortion.symmetryPoint = wanted.principalPoint;
+  if (wanted.distortion.type != TDistortionType::None)
+    wanted.distortion.symmetryPoint = wanted.principalPoint;
   ChooseTexts(&params, pixel, frame.sx, wanted);
+  for (const TParam& p : params)
+    if (!std::isfinite(std::strtod(p.text.c_str(), nullptr)))
+      Fail("", p.name, "the camera's value reaches beyond the range of numbers: " + p.text);
   result.content = io.write(params, pixel, options);
   result.report.fitted = !exact;
   if (!exact) MeasureWritten(camera, params, pixel, frame, &result.report);

@@ -21,9 +21,10 @@ double ParseNumberE(const std::string& text, const std::string& path, const std:
   const bool plain =
       !text.empty() && text.find_first_not_of("+-.0123456789eE") == std::string::npos;
   char* end = nullptr;
-  errno = 0;
   const double value = plain ? std::strtod(text.c_str(), &end) : 0.0;
-  if (!plain || end != text.c_str() + text.size() || errno == ERANGE || !std::isfinite(value))
+  // An underflow reads as the nearest number (ERANGE with a tiny or zero value); an overflow is
+  // not finite.
+  if (!plain || end != text.c_str() + text.size() || !std::isfinite(value))
     Fail(path, key, "not a finite decimal number: '" + text + "'");
   return value;
 }
@@ -41,6 +42,10 @@ std::uint64_t ParseCountE(const std::string& text, const std::string& path,
 
 std::string FormatDigits(double value, int digits) {
   char buffer[400];
+  if (!std::isfinite(value)) {
+    std::snprintf(buffer, sizeof buffer, "%g", value);
+    return buffer;
+  }
   std::snprintf(buffer, sizeof buffer, "%.*e", digits - 1, value);
   const int exponent = std::atoi(std::strchr(buffer, 'e') + 1);
   // Plain decimals where a person reads them so ("10000", "0.0017"), as calibration programs

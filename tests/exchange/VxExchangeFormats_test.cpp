@@ -391,3 +391,27 @@ TEST_F(ExchangeFormats, WindowsLineEndsReadAsTheSameCamera) {
 }
 
 }  // namespace
+
+namespace {
+
+// A camera without distortion, its principal point off the centre, goes out and back in every
+// format as a camera without distortion (no coefficient of the smallest size creeps in).
+TEST_F(ExchangeFormats, ACameraWithoutDistortionStaysWithout) {
+  TVxCameraInfo camera = CreateDefaultCamera();
+  camera.focus = 50.0;
+  camera.pixelSize = {0.005, 0.005};
+  camera.sensorDims = {4000, 3000};
+  camera.principalPoint = {0.125, -0.0625};
+  camera.distortion.type = TDistortionType::None;
+  for (int f = 0; f <= static_cast<int>(TVxExchangeFormat::Metashape); ++f) {
+    const auto format = static_cast<TVxExchangeFormat>(f);
+    const TVxExportResult out = ExportCameraE(camera, format, {});
+    EXPECT_FALSE(out.report.fitted);
+    const TVxImportResult in = ImportCameraE(out.content, format, Options(0.005, "plain"));
+    EXPECT_EQ(in.camera.distortion.type, TDistortionType::None) << ExchangeFormatToText(format);
+    EXPECT_EQ(in.camera.principalPoint.x, 0.125);
+    EXPECT_EQ(in.camera.principalPoint.y, -0.0625);
+  }
+}
+
+}  // namespace

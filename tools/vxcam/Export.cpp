@@ -22,7 +22,7 @@ int RunExport(const TArgs& args, TIo& io) {
             ->option_text("UM")
             ->check(PositiveNumber());
         app.add_option("--frame", frameMm, Text("vxcam.opt.frame"))
-            ->option_text(UnitsCamMmUserTextAbbr())
+            ->option_text("MM")
             ->check(PositiveNumber());
         app.add_option("--camera-id", cameraId, Text("vxcam.opt.camera_id_out"))->option_text("N");
         AddOutputOption(app, outputPath, "vxcam.opt.output_exchange", true);
