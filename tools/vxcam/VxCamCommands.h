@@ -64,6 +64,15 @@ int RunPlot(const TArgs& args, TIo& io);
 // vxcam demo [--examples DIR] [-o DIR]
 int RunDemo(const TArgs& args, TIo& io);
 
+// Camera calibrations in and out (VxExchange.h; format texts opencv-yaml, opencv-xml, ros,
+// colmap-text, colmap-bin, metashape).
+// vxcam import [FORMAT] FILE --pixel-size UM [--camera-id N] -o CAMERA [--json]; without
+// FORMAT, it is guessed from the file's content.
+int RunImport(const TArgs& args, TIo& io);
+// vxcam export [FORMAT] CAMERA -o FILE [--pixel-size UM] [--camera-id N] [--json]; without
+// FORMAT, it follows from the output's name.
+int RunExport(const TArgs& args, TIo& io);
+
 // The whole program: global options (--help, --version, --lang) and the command found in
 // `commands` by argv[1..]. Starts and stops the library around the command.
 int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* argv, TIo& io);

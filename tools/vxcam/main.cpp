@@ -16,6 +16,8 @@ int main(int argc, char** argv) {
       {"new", vxcam::RunNew, "vxcam.new.summary"},
       {"plot", vxcam::RunPlot, "vxcam.plot.summary"},
       {"demo", vxcam::RunDemo, "vxcam.demo.summary"},
+      {"import", vxcam::RunImport, "vxcam.import.summary"},
+      {"export", vxcam::RunExport, "vxcam.export.summary"},
   };
   // The standard streams buffer on their own: standard input tells how much it holds, so that
   // transform writes its results whenever the input pauses rather than after every line.

@@ -1,0 +1,60 @@
+#include "VxCamExchange.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "VxCamFormat.h"
+#include "VxCamText.h"
+#include "VxCameraInfo.h"
+
+namespace vxcam {
+
+CLI::Validator ExchangeFormatName() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        return TextToExchangeFormat(text) ? std::string()
+                                          : Text("vxcam.exchange.unknown_format") + " " + text;
+      },
+      "FORMAT");
+}
+
+std::string ReadWholeFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream bytes;
+  if (in) bytes << in.rdbuf();
+  if (!in || in.bad())
+    throw TFileError(Text("vxcam.exchange.cannot_read") + " '" + path +
+                     "': " + std::strerror(errno != 0 ? errno : EIO));
+  return bytes.str();
+}
+
+std::optional<TVxExchangeFormat> FormatOfName(const std::string& path) {
+  auto ends = [&](const char* suffix) {
+    const std::string s = suffix;
+    return path.size() >= s.size() && path.compare(path.size() - s.size(), s.size(), s) == 0;
+  };
+  if (ends(".yml") || ends(".yaml")) return TVxExchangeFormat::OpenCvYaml;
+  if (ends(".xml")) return TVxExchangeFormat::OpenCvXml;
+  if (ends(".txt")) return TVxExchangeFormat::ColmapText;
+  if (ends(".bin")) return TVxExchangeFormat::ColmapBinary;
+  return std::nullopt;
+}
+
+std::string ReportText(const TVxExchangeReport& report) {
+  if (!report.fitted) return Text("vxcam.exchange.exact");
+  return Text("vxcam.exchange.fitted") + " " + FormatNumber(report.maxDeviationPx, 3) + " " +
+         UnitsPixUserTextAbbr() + " (" + FormatNumber(report.maxDeviationMm * 1000.0, 3) + " " +
+         UnitsCamMkmUserTextAbbr() + ")";
+}
+
+nlohmann::ordered_json ReportJson(TVxExchangeFormat format, const TVxExchangeReport& report) {
+  return {{"format", ExchangeFormatToText(format)},
+          {"model", report.model},
+          {"exact", !report.fitted},
+          {"max_deviation_px", report.maxDeviationPx},
+          {"max_deviation_um", report.maxDeviationMm * 1000.0}};
+}
+
+}  // namespace vxcam
