@@ -1,4 +1,3 @@
-#include "VxAtomicFile.h"
 #include "VxCamApp.h"
 #include "VxCamExchange.h"
 #include "VxCamFiles.h"
@@ -36,7 +35,7 @@ int RunExport(const TArgs& args, TIo& io) {
         const std::optional<TVxExchangeFormat> format =
             first.empty() ? FormatOfName(outputPath) : TextToExchangeFormat(first);
         if (!format) throw TUsageError(Text("vxcam.exchange.format_of_name") + " " + outputPath);
-        const TVxCameraInfo camera = LoadCamera(second);
+        const TVxCameraInfo camera = LoadCamera(second, io);
         TVxExchangeOptions options;
         options.pixelSizeMm = pixelSizeUm / 1000.0;
         options.frameMm = frameMm;
@@ -47,16 +46,17 @@ int RunExport(const TArgs& args, TIo& io) {
         } catch (const TVxExchangeError& e) {
           throw TContentError(second + ": " + e.what());
         }
-        VxSaveFileAtomically(outputPath, result.content);
+        WriteOutput(outputPath, result.content, io);
         if (json) {
           nlohmann::ordered_json out = ReportJson(*format, result.report);
           out["output"] = outputPath;
-          WriteJson(io.out, out);
+          WriteJson(ReportStream(io, outputPath), out);
           return kExitSuccess;
         }
-        WriteRows(io.out, {{0, Text("vxcam.label.format"),
-                            ExchangeFormatToText(*format) + " (" + result.report.model + ")"},
-                           {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
+        WriteRows(ReportStream(io, outputPath),
+                  {{0, Text("vxcam.label.format"),
+                    ExchangeFormatToText(*format) + " (" + result.report.model + ")"},
+                   {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

@@ -30,7 +30,7 @@ int RunImport(const TArgs& args, TIo& io) {
         if (second.empty()) throw TUsageError(Text("vxcam.exchange.no_file"));
         if (!first.empty() && !TextToExchangeFormat(first))
           throw TUsageError(Text("vxcam.exchange.unknown_format") + " " + first);
-        const std::string content = ReadWholeFile(second);
+        const std::string content = ReadWholeFile(second, io);
         TVxExchangeOptions options;
         options.path = second;
         options.pixelSizeMm = pixelSizeUm / 1000.0;
@@ -38,16 +38,17 @@ int RunImport(const TArgs& args, TIo& io) {
         const TVxExchangeFormat format =
             first.empty() ? GuessExchangeFormatE(content, second) : *TextToExchangeFormat(first);
         const TVxImportResult result = ImportCameraE(content, format, options);
-        SaveCamera(result.camera, outputPath);
+        SaveCamera(result.camera, outputPath, io);
         if (json) {
           nlohmann::ordered_json out = ReportJson(format, result.report);
           out["output"] = outputPath;
-          WriteJson(io.out, out);
+          WriteJson(ReportStream(io, outputPath), out);
           return kExitSuccess;
         }
-        WriteRows(io.out, {{0, Text("vxcam.label.format"),
-                            ExchangeFormatToText(format) + " (" + result.report.model + ")"},
-                           {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
+        WriteRows(ReportStream(io, outputPath),
+                  {{0, Text("vxcam.label.format"),
+                    ExchangeFormatToText(format) + " (" + result.report.model + ")"},
+                   {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
         ReportWritten(io, outputPath);
         return kExitSuccess;
       });

@@ -1,10 +1,5 @@
 #include "VxCamExchange.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <sstream>
-
 #include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraInfo.h"
@@ -18,16 +13,6 @@ CLI::Validator ExchangeFormatName() {
                                           : Text("vxcam.exchange.unknown_format") + " " + text;
       },
       "FORMAT");
-}
-
-std::string ReadWholeFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  if (in) bytes << in.rdbuf();
-  if (!in || in.bad())
-    throw TFileError(Text("vxcam.exchange.cannot_read") + " '" + path +
-                     "': " + std::strerror(errno != 0 ? errno : EIO));
-  return bytes.str();
 }
 
 std::optional<TVxExchangeFormat> FormatOfName(const std::string& path) {

@@ -15,9 +15,6 @@ namespace vxcam {
 // The format named by the user, checked against the known texts.
 CLI::Validator ExchangeFormatName();
 
-// The whole file as bytes; TFileError (localised reason) when it cannot be read.
-std::string ReadWholeFile(const std::string& path);
-
 // The format of an output file from its name (.yml, .yaml, .xml, .txt, .bin); nullopt when
 // the name does not tell.
 std::optional<TVxExchangeFormat> FormatOfName(const std::string& path);

@@ -41,6 +41,12 @@ TScanFile LoadScanFile(const std::string& path, TIo& io);
 // Saves a solved map into the root section of a settings file, or to io.out for "-".
 void SavePixToCamMap(const TVxPixToCamMap& map, const std::string& path, TIo& io);
 
+// The bytes of a file of another program (a calibration to import), or of standard input for
+// "-", at most kVxXIniMaxTextSize of them. Anything but a regular file (a folder, a FIFO, a
+// device) is refused without blocking, as the settings reader refuses it. Throws TFileError
+// naming the file and the reason.
+std::string ReadWholeFile(const std::string& path, TIo& io);
+
 // Whether a path names standard input or output: "-".
 bool IsStandardStream(const std::string& path);
 // Where a command's report goes: io.out, or io.err when the command's file goes to standard
