@@ -4,6 +4,7 @@
 #include "VxMessage.h"
 #include "VxSsprintf.h"
 #include "VxXIni.h"
+#include "internal/VxDistortionModelTable.h"
 #include "internal/VxSettingsIO.h"
 
 namespace {
@@ -67,6 +68,10 @@ void LoadGroup(TVxXIniReader* reader, const char* prefix, std::size_t first, dou
   }
 }
 
+}  // namespace
+
+namespace vx_distortion_models {
+
 void SaveFormula(TVxXIniWriter* writer, const TVxCameraDistortion& d) {
   const std::pair<const char*, double> always[] = {{"k1", d.k1}, {"k2", d.k2}, {"k3", d.k3},
                                                    {"k4", d.k4}, {"k5", d.k5}, {"p1", d.p1},
@@ -118,7 +123,8 @@ void LoadRadial(TVxXIniReader* reader, TVxCameraDistortion* d) {
   reader->LeaveSectionE(section);
 }
 
-void SaveMixed(TVxXIniWriter* writer, const TVxCameraDistortion::TMixed& m) {
+void SaveMixed(TVxXIniWriter* writer, const TVxCameraDistortion& d) {
+  const TVxCameraDistortion::TMixed& m = d.mixed;
   const TVxXIniSectionHandle section = writer->BeginSectionSE("mixed_coeffs");
   SaveGroup(writer, "a", 1, m.a, 7);
   SaveGroup(writer, "b", 1, m.b, 7);
@@ -128,7 +134,8 @@ void SaveMixed(TVxXIniWriter* writer, const TVxCameraDistortion::TMixed& m) {
   writer->EndSectionE(section);
 }
 
-void LoadMixed(TVxXIniReader* reader, TVxCameraDistortion::TMixed* m) {
+void LoadMixed(TVxXIniReader* reader, TVxCameraDistortion* d) {
+  TVxCameraDistortion::TMixed* m = &d->mixed;
   const TVxXIniSectionHandle section = reader->EnterSectionSE("mixed_coeffs");
   LoadGroup(reader, "a", 1, m->a, 7);
   LoadGroup(reader, "b", 1, m->b, 7);
@@ -153,7 +160,33 @@ void LoadPolynomial(TVxXIniReader* reader, TVxCameraDistortion* d) {
   reader->LeaveSectionE(section);
 }
 
-}  // namespace
+void SaveDirected4Plus(TVxXIniWriter* writer, const TVxCameraDistortion& d) {
+  SaveDirectedSection(writer, "table_+", d.table4Plus);
+}
+
+void LoadDirected4Plus(TVxXIniReader* reader, TVxCameraDistortion* d) {
+  LoadDirectedSection(reader, "table_+", &d->table4Plus);
+}
+
+void SaveDirected4X(TVxXIniWriter* writer, const TVxCameraDistortion& d) {
+  SaveDirectedSection(writer, "table_x", d.table4X);
+}
+
+void LoadDirected4X(TVxXIniReader* reader, TVxCameraDistortion* d) {
+  LoadDirectedSection(reader, "table_x", &d->table4X);
+}
+
+void SaveDirected8(TVxXIniWriter* writer, const TVxCameraDistortion& d) {
+  SaveDirected4Plus(writer, d);
+  SaveDirected4X(writer, d);
+}
+
+void LoadDirected8(TVxXIniReader* reader, TVxCameraDistortion* d) {
+  LoadDirected4Plus(reader, d);
+  LoadDirected4X(reader, d);
+}
+
+}  // namespace vx_distortion_models
 
 void TVxCameraDistortion::SaveE(TVxXIniWriter* writer) const {
   WriteChecked<std::string>(
@@ -164,26 +197,8 @@ void TVxCameraDistortion::SaveE(TVxXIniWriter* writer) const {
       writer, "direction",
       DirectionToTextE(direction, "@TVxCameraDistortion::Save: invalid Direction"));
   WritePoint(writer, "symmetry_point", symmetryPoint);
-  switch (type) {
-    case TDistortionType::Formula:
-      return SaveFormula(writer, *this);
-    case TDistortionType::Radial:
-      return SaveRadial(writer, *this);
-    case TDistortionType::Directed4Plus:
-      return SaveDirectedSection(writer, "table_+", table4Plus);
-    case TDistortionType::Directed4X:
-      return SaveDirectedSection(writer, "table_x", table4X);
-    case TDistortionType::Directed8:
-      SaveDirectedSection(writer, "table_+", table4Plus);
-      return SaveDirectedSection(writer, "table_x", table4X);
-    case TDistortionType::Mixed:
-      return SaveMixed(writer, mixed);
-    case TDistortionType::Polynomial:
-      return SavePolynomial(writer, *this);
-    case TDistortionType::None:
-      break;
-  }
-  // Unreachable with the type table: every type that converts to text is handled above.
+  if (const auto* model = vx_distortion_models::Find(type)) return model->save(writer, *this);
+  // Unreachable with the type table: every type that converts to text has a model.
   throw VxMsg_helper("Err_Internal_func") << "TVxCameraDistortion::Save()";
 }
 
@@ -196,31 +211,7 @@ void TVxCameraDistortion::LoadE(TVxXIniReader* reader) {
   // Lenient on purpose: an empty or unknown direction is CamToMm.
   loaded.direction = TextToDirection(ReadOptional<std::string>(reader, "direction", ""));
   loaded.symmetryPoint = ReadPointE(reader, "symmetry_point");
-  switch (loaded.type) {
-    case TDistortionType::Formula:
-      LoadFormula(reader, &loaded);
-      break;
-    case TDistortionType::Radial:
-      LoadRadial(reader, &loaded);
-      break;
-    case TDistortionType::Directed4Plus:
-      LoadDirectedSection(reader, "table_+", &loaded.table4Plus);
-      break;
-    case TDistortionType::Directed4X:
-      LoadDirectedSection(reader, "table_x", &loaded.table4X);
-      break;
-    case TDistortionType::Directed8:
-      LoadDirectedSection(reader, "table_+", &loaded.table4Plus);
-      LoadDirectedSection(reader, "table_x", &loaded.table4X);
-      break;
-    case TDistortionType::Mixed:
-      LoadMixed(reader, &loaded.mixed);
-      break;
-    case TDistortionType::Polynomial:
-      LoadPolynomial(reader, &loaded);
-      break;
-    case TDistortionType::None:
-      break;
-  }
+  // Every type the text names but None has a model.
+  vx_distortion_models::Find(loaded.type)->load(reader, &loaded);
   *this = std::move(loaded);
 }

@@ -12,6 +12,7 @@
 #include "VxFormulaDistortion.h"
 #include "VxMatr3x3.h"
 #include "VxMixedDistortion.h"
+#include "internal/VxDistortionModelTable.h"
 
 namespace {
 
@@ -153,49 +154,57 @@ bool ConvertExactly(const TVxCameraDistortion& d, TDistortionType target,
   return true;
 }
 
+}  // namespace
+
+namespace vx_distortion_models {
+namespace {
+
 double LastRadius(const std::vector<TVxCameraDistortion::T4Direction>& table) {
   return table.back().r;
 }
 
-// The radius of the disc over which the record's transform is fitted; false if there is none.
-bool FitRadius(const TVxCameraInfo& camera, double maxRadius, double* radius) {
-  const TVxCameraDistortion& d = camera.distortion;
-  switch (d.type) {
-    case TDistortionType::Formula:
-    case TDistortionType::Mixed:
-      if (maxRadius <= 0.0) {
-        *radius = camera.focus * 0.5;
-      } else if (maxRadius <= camera.focus) {
-        *radius = maxRadius;
-      } else {
-        *radius = camera.focus;
-      }
-      return true;
-    // The table models are fitted over the radii they cover, whatever maxRadius says.
-    case TDistortionType::Radial:
-      if (d.tableR.empty()) return false;
-      *radius = d.tableR.back().r;
-      break;
-    case TDistortionType::Directed4Plus:
-      if (d.table4Plus.empty()) return false;
-      *radius = LastRadius(d.table4Plus);
-      break;
-    case TDistortionType::Directed4X:
-      if (d.table4X.empty()) return false;
-      *radius = LastRadius(d.table4X);
-      break;
-    case TDistortionType::Directed8:
-      if (d.table4Plus.empty() || d.table4X.empty()) return false;
-      *radius = std::max(LastRadius(d.table4Plus), LastRadius(d.table4X));
-      break;
-    case TDistortionType::None:
-    case TDistortionType::Polynomial:
-      return false;
-  }
-  return !(*radius <= 0.0);
+// A radius, or false for none.
+bool Positive(double value, double* radius) {
+  *radius = value;
+  return !(value <= 0.0);
 }
 
 }  // namespace
+
+bool FitRadiusOfCoefficients(const TVxCameraInfo& camera, double maxRadius, double* radius) {
+  if (maxRadius <= 0.0) {
+    *radius = camera.focus * 0.5;
+  } else if (maxRadius <= camera.focus) {
+    *radius = maxRadius;
+  } else {
+    *radius = camera.focus;
+  }
+  return true;
+}
+
+// The table models are fitted over the radii they cover, whatever maxRadius says.
+bool FitRadiusOfRadial(const TVxCameraInfo& camera, double /*maxRadius*/, double* radius) {
+  const auto& table = camera.distortion.tableR;
+  return !table.empty() && Positive(table.back().r, radius);
+}
+
+bool FitRadiusOfDirected4Plus(const TVxCameraInfo& camera, double /*maxRadius*/, double* radius) {
+  const auto& table = camera.distortion.table4Plus;
+  return !table.empty() && Positive(LastRadius(table), radius);
+}
+
+bool FitRadiusOfDirected4X(const TVxCameraInfo& camera, double /*maxRadius*/, double* radius) {
+  const auto& table = camera.distortion.table4X;
+  return !table.empty() && Positive(LastRadius(table), radius);
+}
+
+bool FitRadiusOfDirected8(const TVxCameraInfo& camera, double /*maxRadius*/, double* radius) {
+  const TVxCameraDistortion& d = camera.distortion;
+  if (d.table4Plus.empty() || d.table4X.empty()) return false;
+  return Positive(std::max(LastRadius(d.table4Plus), LastRadius(d.table4X)), radius);
+}
+
+}  // namespace vx_distortion_models
 
 bool ApproxCameraDistortion(const TVx2DTransform& source, TDistortionType type,
                             TVxCameraDistortion* result, const TVxCameraInfo& camera,
@@ -290,19 +299,9 @@ bool ApproxCameraDistortion(TDistortionType type, TVxCameraDistortion* result,
   assert(result != nullptr);
   if (!IsFitTarget(type)) return false;
   const TVxCameraDistortion& d = camera.distortion;
-  switch (d.type) {
-    case TDistortionType::Formula:
-    case TDistortionType::Radial:
-    case TDistortionType::Directed4Plus:
-    case TDistortionType::Directed4X:
-    case TDistortionType::Directed8:
-    case TDistortionType::Mixed:
-      break;
-    case TDistortionType::None:
-    case TDistortionType::Polynomial:
-    default:
-      return false;
-  }
+  // None, the polynomial and any value outside the enumeration: nothing to fit from.
+  const auto* model = vx_distortion_models::Find(d.type);
+  if (model == nullptr || model->fitRadius == nullptr) return false;
 
   const TPoint offset = d.symmetryPoint - camera.principalPoint;
   if (offset.x == 0.0 && offset.y == 0.0 && d.direction == TDirection::CamToMm) {
@@ -315,7 +314,7 @@ bool ApproxCameraDistortion(TDistortionType type, TVxCameraDistortion* result,
   }
 
   double radius = 0.0;
-  if (!FitRadius(camera, maxRadius, &radius)) return false;
+  if (!model->fitRadius(camera, maxRadius, &radius)) return false;
   const TransformHandle source = CreateCameraDistortionTransform(d, offset, camera.focus);
   if (!source) return false;
   return ApproxCameraDistortion(*source, type, result, camera, radius, maxDeviation);

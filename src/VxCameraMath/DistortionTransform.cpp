@@ -12,6 +12,7 @@
 #include "VxMixedDistortion.h"
 #include "VxPolynomialDistortion.h"
 #include "VxRadialDistortion.h"
+#include "internal/VxDistortionModelTable.h"
 
 namespace {
 
@@ -138,57 +139,79 @@ TDirectedData EightDirections(const vec_t_<double, 2>& centre, const TVxCameraDi
 
 }  // namespace
 
+namespace vx_distortion_models {
+
+// The library's models take their reserved trailing values by reference.
+namespace {
+const double kReserved = 0.0;
+}  // namespace
+
+TransformHandle CreateFormula(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                              double /*focal*/, bool inverse) {
+  TFormulaDistortion::TDistCoeff c;
+  c.centre = centre;
+  c.k1 = d.k1;
+  c.k2 = d.k2;
+  c.k3 = d.k3;
+  c.k4 = d.k4;
+  c.k5 = d.k5;
+  c.p1 = d.p1;
+  c.p2 = d.p2;
+  c.p3 = d.p3;
+  c.p4 = d.p4;
+  c.b1 = d.b1;
+  c.b2 = d.b2;
+  c.a1 = d.a1;
+  c.a2 = d.a2;
+  c.inverse = inverse;
+  return MakeTransformHandle<TFormulaDistortion>(c);
+}
+
+TransformHandle CreateRadial(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                             double /*focal*/, bool inverse) {
+  std::vector<TRadialDistortion::TRadialTableItem> table;
+  table.reserve(d.tableR.size());
+  for (const auto& row : d.tableR) table.push_back({row.r, row.dr});
+  return MakeTransformHandle<TRadialDistortion>(centre, table, inverse);
+}
+
+TransformHandle CreateDirected4Plus(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                                    double /*focal*/, bool inverse) {
+  return MakeTransformHandle<TDirectedDistortion>(
+      FourDirections(centre, d.table4Plus, {kAngle0, kAngle90, kAngle180, kAngle270}), inverse);
+}
+
+TransformHandle CreateDirected4X(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                                 double /*focal*/, bool inverse) {
+  return MakeTransformHandle<TDirectedDistortion>(
+      FourDirections(centre, d.table4X, {kAngle45, kAngle135, kAngle225, kAngle315}), inverse);
+}
+
+TransformHandle CreateDirected8(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                                double /*focal*/, bool inverse) {
+  return MakeTransformHandle<TDirectedDistortion>(EightDirections(centre, d), inverse);
+}
+
+TransformHandle CreateMixed(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                            double focal, bool inverse) {
+  return MakeTransformHandle<TMixedDistortion>(centre, focal, d.mixed.a, d.mixed.b, d.mixed.c,
+                                               d.mixed.K, d.mixed.P, kReserved, kReserved,
+                                               kReserved, inverse);
+}
+
+TransformHandle CreatePolynomial(const TVxCameraDistortion& d, const vec_t_<double, 2>& centre,
+                                 double focal, bool inverse) {
+  return MakeTransformHandle<TPolynomialDistortion>(centre, focal, d.polyK, d.polyP, kReserved,
+                                                    kReserved, inverse);
+}
+
+}  // namespace vx_distortion_models
+
 TransformHandle CreateCameraDistortionTransform(const TVxCameraDistortion& distortion,
                                                 const vec_t_<double, 2>& centre, double focal) {
-  const TVxCameraDistortion& d = distortion;
-  const bool inverse = d.direction == TVxCameraDistortion::TDirection::MmToCam;
-  // The library's models take their reserved trailing values by reference.
-  const double reserved = 0.0;
-
-  switch (d.type) {
-    case TDistortionType::Formula: {
-      TFormulaDistortion::TDistCoeff c;
-      c.centre = centre;
-      c.k1 = d.k1;
-      c.k2 = d.k2;
-      c.k3 = d.k3;
-      c.k4 = d.k4;
-      c.k5 = d.k5;
-      c.p1 = d.p1;
-      c.p2 = d.p2;
-      c.p3 = d.p3;
-      c.p4 = d.p4;
-      c.b1 = d.b1;
-      c.b2 = d.b2;
-      c.a1 = d.a1;
-      c.a2 = d.a2;
-      c.inverse = inverse;
-      return MakeTransformHandle<TFormulaDistortion>(c);
-    }
-    case TDistortionType::Radial: {
-      std::vector<TRadialDistortion::TRadialTableItem> table;
-      table.reserve(d.tableR.size());
-      for (const auto& row : d.tableR) table.push_back({row.r, row.dr});
-      return MakeTransformHandle<TRadialDistortion>(centre, table, inverse);
-    }
-    case TDistortionType::Directed4Plus:
-      return MakeTransformHandle<TDirectedDistortion>(
-          FourDirections(centre, d.table4Plus, {kAngle0, kAngle90, kAngle180, kAngle270}), inverse);
-    case TDistortionType::Directed4X:
-      return MakeTransformHandle<TDirectedDistortion>(
-          FourDirections(centre, d.table4X, {kAngle45, kAngle135, kAngle225, kAngle315}), inverse);
-    case TDistortionType::Directed8:
-      return MakeTransformHandle<TDirectedDistortion>(EightDirections(centre, d), inverse);
-    case TDistortionType::Mixed:
-      return MakeTransformHandle<TMixedDistortion>(centre, focal, d.mixed.a, d.mixed.b, d.mixed.c,
-                                                   d.mixed.K, d.mixed.P, reserved, reserved,
-                                                   reserved, inverse);
-    case TDistortionType::Polynomial:
-      return MakeTransformHandle<TPolynomialDistortion>(centre, focal, d.polyK, d.polyP, reserved,
-                                                        reserved, inverse);
-    case TDistortionType::None:
-      break;
-  }
+  const auto* model = vx_distortion_models::Find(distortion.type);
   // None, and any value outside the enumeration.
-  return TransformHandle();
+  if (model == nullptr) return TransformHandle();
+  const bool inverse = distortion.direction == TVxCameraDistortion::TDirection::MmToCam;
+  return model->create(distortion, centre, focal, inverse);
 }

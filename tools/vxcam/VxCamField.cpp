@@ -3,29 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "VxDistortionModels.h"
+
 namespace vxcam {
 
 std::optional<double> CalibratedRadius(const TVxCameraInfo& camera) {
-  const TVxCameraDistortion& d = camera.distortion;
-  double last = -1.0;
-  switch (d.type) {
-    case TDistortionType::Radial:
-      for (const auto& row : d.tableR) last = std::max(last, row.r);
-      break;
-    case TDistortionType::Directed4Plus:
-    case TDistortionType::Directed4X:
-    case TDistortionType::Directed8:
-      for (const auto* table : {&d.table4Plus, &d.table4X}) {
-        const bool used = (table == &d.table4Plus && d.type != TDistortionType::Directed4X) ||
-                          (table == &d.table4X && d.type != TDistortionType::Directed4Plus);
-        for (const auto& row : *table) last = used ? std::max(last, row.r) : last;
-      }
-      break;
-    default:
-      break;
-  }
-  if (last > 0.0) return last;
-  return std::nullopt;
+  return DistortionTableReach(camera.distortion);
 }
 
 std::pair<double, const char*> CalibratedReach(const TVxCameraInfo& camera) {

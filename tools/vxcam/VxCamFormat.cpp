@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "VxCamText.h"
+#include "VxDistortionModels.h"
 #include "VxEOL.h"
 
 namespace vxcam {
@@ -109,47 +110,6 @@ std::string MmPower(int power) {
   return UnitsCamMmUserTextAbbr() + "⁻" + digits;
 }
 
-void AddSeries(std::vector<TCoefficient>& list, const char* prefix, int first, const double* values,
-               int count, int firstPower, int powerStep) {
-  for (int i = 0; i < count; ++i) {
-    const int power = firstPower + i * powerStep;
-    list.push_back(
-        {prefix + std::to_string(first + i), values[i], power > 0 ? MmPower(power) : ""});
-  }
-}
-
-std::vector<TCoefficient> FormulaCoefficients(const TVxCameraDistortion& d) {
-  std::vector<TCoefficient> list;
-  const double k[] = {d.k1, d.k2, d.k3, d.k4, d.k5};
-  AddSeries(list, "k", 1, k, 5, 2, 2);
-  const double p[] = {d.p1, d.p2};
-  AddSeries(list, "p", 1, p, 2, 1, 0);
-  list.push_back({"p3", d.p3, MmPower(2)});
-  list.push_back({"p4", d.p4, MmPower(4)});
-  for (const auto& [name, value] :
-       {std::pair{"b1", d.b1}, {"b2", d.b2}, {"a1", d.a1}, {"a2", d.a2}})
-    list.push_back({name, value, ""});
-  return list;
-}
-
-std::vector<TCoefficient> MixedCoefficients(const TVxCameraDistortion& d) {
-  std::vector<TCoefficient> list;
-  AddSeries(list, "a", 1, d.mixed.a, 7, 0, 0);
-  AddSeries(list, "b", 1, d.mixed.b, 7, 0, 0);
-  AddSeries(list, "c", 1, d.mixed.c, 7, 0, 0);
-  AddSeries(list, "K", 1, d.mixed.K, 3, 2, 2);
-  AddSeries(list, "P", 1, d.mixed.P, 2, 1, 0);
-  return list;
-}
-
-std::vector<TCoefficient> PolynomialCoefficients(const TVxCameraDistortion& d) {
-  std::vector<TCoefficient> list;
-  AddSeries(list, "K", 0, d.polyK, 8, 0, 2);
-  AddSeries(list, "P", 1, d.polyP, 2, 1, 0);
-  AddSeries(list, "P", 3, d.polyP + 2, 2, 3, 0);
-  return list;
-}
-
 // Width of a column of a distortion table.
 constexpr std::size_t kTableColumn = 10;
 
@@ -179,23 +139,17 @@ void AddTableRows(TRows& rows, int indent,
 
 }  // namespace
 
-std::vector<TCoefficient> DistortionCoefficients(const TVxCameraDistortion& distortion) {
-  switch (distortion.type) {
-    case TDistortionType::Formula:
-      return FormulaCoefficients(distortion);
-    case TDistortionType::Mixed:
-      return MixedCoefficients(distortion);
-    case TDistortionType::Polynomial:
-      return PolynomialCoefficients(distortion);
-    default:
-      return {};
-  }
+std::vector<TCoefficient> CoefficientsWithUnits(const TVxCameraDistortion& distortion) {
+  std::vector<TCoefficient> list;
+  for (const TVxDistortionCoefficient& c : ::DistortionCoefficients(distortion))
+    list.push_back({c.name, c.value, c.mmPower < 0 ? MmPower(-c.mmPower) : ""});
+  return list;
 }
 
 bool DistortionIsFinite(const TVxCameraDistortion& distortion) {
   bool finite =
       std::isfinite(distortion.symmetryPoint.x) && std::isfinite(distortion.symmetryPoint.y);
-  for (const TCoefficient& c : DistortionCoefficients(distortion))
+  for (const TCoefficient& c : CoefficientsWithUnits(distortion))
     finite = finite && std::isfinite(c.value);
   for (const auto& row : distortion.tableR)
     finite = finite && std::isfinite(row.r) && std::isfinite(row.dr);
@@ -226,7 +180,7 @@ TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
   }
   rows.push_back(
       {indent + 1, Text("vxcam.label.symmetry_point"), FormatPoint(distortion.symmetryPoint, mm)});
-  const auto coefficients = DistortionCoefficients(distortion);
+  const auto coefficients = CoefficientsWithUnits(distortion);
   bool zeros = false;
   for (const auto& c : coefficients) {
     if (c.value == 0.0) {
@@ -332,7 +286,7 @@ nlohmann::ordered_json DistortionToJson(const TVxCameraDistortion& distortion) {
   json["direction"] = TVxCameraDistortion::DirectionToTextE(distortion.direction, "");
   json["symmetry_point"] = PointToJson(distortion.symmetryPoint);
   nlohmann::ordered_json coefficients = nlohmann::ordered_json::object();
-  for (const auto& c : DistortionCoefficients(distortion)) coefficients[c.name] = c.value;
+  for (const auto& c : ::DistortionCoefficients(distortion)) coefficients[c.name] = c.value;
   if (!coefficients.empty()) json["coefficients"] = coefficients;
   if (distortion.type == TDistortionType::Radial) {
     json["table_r"] = nlohmann::ordered_json::array();

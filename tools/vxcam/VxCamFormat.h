@@ -47,7 +47,7 @@ struct TCoefficient {
   std::string unit;
 };
 // The coefficients of the model in force, in the model's order; empty for None and tables.
-std::vector<TCoefficient> DistortionCoefficients(const TVxCameraDistortion& distortion);
+std::vector<TCoefficient> CoefficientsWithUnits(const TVxCameraDistortion& distortion);
 
 // True when every number of the model in force is finite: its symmetry point, coefficients and
 // table rows.
