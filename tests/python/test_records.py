@@ -132,3 +132,26 @@ def test_default_cameras():
     assert dmc.camera_type == vxcameras.CameraType.Digital
     assert dmc.focus == 120.0 and dmc.sensor_dims == (7680, 13824)
     assert vxcameras.Camera.default().camera_type == vxcameras.CameraType.Digital
+
+
+def _documented(obj, name: str) -> bool:
+    # pybind11 starts a docstring with the signature; a documented function has more.
+    doc = obj.__doc__ or ""
+    return any(line.strip() and not line.startswith(name + "(") for line in doc.splitlines())
+
+
+def test_every_public_class_function_and_method_has_a_docstring():
+    undocumented = []
+    for name in dir(vxcameras):
+        if name.startswith("_"):
+            continue
+        obj = getattr(vxcameras, name)
+        if isinstance(obj, type):
+            undocumented += [] if (obj.__doc__ or "").strip() else [name]
+            for member, value in vars(obj).items():
+                if not member.startswith("_") and callable(value):
+                    if not _documented(getattr(obj, member), member):
+                        undocumented.append(f"{name}.{member}")
+        elif callable(obj) and not _documented(obj, name):
+            undocumented.append(name)
+    assert undocumented == []
