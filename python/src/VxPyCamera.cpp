@@ -1,6 +1,7 @@
 // TVxCameraInfo as vxcameras.Camera, with its fiducial marks, default cameras and user texts.
 
 #include "VxPyCommon.h"
+#include "VxPyRecordList.h"
 #include "VxPySettings.h"
 
 namespace vxpy {
@@ -32,8 +33,8 @@ void BindFiducial(py::module_& m) {
         return py::str("Fiducial(index={}, coords_cam={!r}, template_index={})")
             .format(f.index, py::cast(f.coordsCam), f.templateIndex);
       });
-  py::bind_vector<std::vector<TCam::TFiducial>>(m, "FiducialList",
-                                                "The fiducial marks of a camera, in stored order.");
+  BindRecordList<std::vector<TCam::TFiducial>>(m, "FiducialList",
+                                               "The fiducial marks of a camera, in stored order.");
 }
 
 void BindUserTexts(py::module_& m) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "VxPyCommon.h"
+#include "VxPyRecordList.h"
 #include "VxPySettings.h"
 
 namespace vxpy {
@@ -44,8 +45,8 @@ void BindRows(py::module_& m) {
       .def("__repr__", [](const TDist::TRadialDistortion& row) {
         return py::str("RadialRow(r={!r}, dr={!r})").format(row.r, row.dr);
       });
-  py::bind_vector<std::vector<TDist::TRadialDistortion>>(m, "RadialTable",
-                                                         "The rows of a radial table.");
+  BindRecordList<std::vector<TDist::TRadialDistortion>>(m, "RadialTable",
+                                                        "The rows of a radial table.");
 
   auto directed = py::class_<TDist::T4Direction>(
       m, "DirectedRow",
@@ -70,8 +71,8 @@ void BindRows(py::module_& m) {
             .format(row.r, row.dr[0], row.dr[1], row.dr[2], row.dr[3]);
       });
   DefBlock(directed, "dr", &TDist::T4Direction::dr, "The four corrections, mm (a NumPy view).");
-  py::bind_vector<std::vector<TDist::T4Direction>>(m, "DirectedTable",
-                                                   "The rows of a directed table.");
+  BindRecordList<std::vector<TDist::T4Direction>>(m, "DirectedTable",
+                                                  "The rows of a directed table.");
 
   auto mixed = py::class_<TDist::TMixed>(
       m, "MixedCoefficients",

@@ -1,6 +1,7 @@
 // TCameraMarkTemplates as vxcameras.MarkTemplates.
 
 #include "VxPyCommon.h"
+#include "VxPyRecordList.h"
 #include "VxPySettings.h"
 
 namespace vxpy {
@@ -23,8 +24,8 @@ void BindTemplate(py::module_& m) {
         return py::str("MarkTemplate(index={}, coords_cam={!r}, file_name={!r})")
             .format(t.index, py::cast(t.coordsCam), t.fileName);
       });
-  py::bind_vector<std::vector<TSet::TMarkTemplate>>(m, "MarkTemplateList",
-                                                    "The templates of a set.");
+  BindRecordList<std::vector<TSet::TMarkTemplate>>(m, "MarkTemplateList",
+                                                   "The templates of a set.");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "VxPyCommon.h"
+#include "VxPyRecordList.h"
 #include "VxPySettings.h"
 
 namespace vxpy {
@@ -40,8 +41,8 @@ void BindMark(py::module_& m) {
         return py::str("MarkMeasurement(index={}, coords_pix={!r}, residuals_pix={!r})")
             .format(mark.index, py::cast(mark.coordsPix), py::cast(mark.residualsPix));
       });
-  py::bind_vector<std::vector<TMeas::TMarkMeas>>(m, "MarkMeasurementList",
-                                                 "The measured marks, in the order added or read.");
+  BindRecordList<std::vector<TMeas::TMarkMeas>>(m, "MarkMeasurementList",
+                                                "The measured marks, in the order added or read.");
 }
 
 }  // namespace

@@ -83,7 +83,9 @@ def test_a_nan_camera_gives_nan_points_or_a_clear_error():
             assert nan_count == int(np.isnan(result).any(axis=1).sum())
     with pytest.raises(vxcameras.SolveError, match="not a finite number|marks do not determine"):
         meas = vxcameras.Measurements.load(EXAMPLES / "measurements" / "rc10_scan_complete.yaml")
-        meas.marks[0].coords_pix = (math.nan, 0.0)
+        mark = meas.marks[0]
+        mark.coords_pix = (math.nan, 0.0)
+        meas.marks[0] = mark
         vxcameras.solve(meas, vxcameras.Camera.load(EXAMPLES / "cameras" / "rc10_radial.yaml"))
 
 

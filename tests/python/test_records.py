@@ -41,16 +41,43 @@ def test_every_example_measurement_round_trips(path):
 
 def test_lists_and_blocks_change_the_record_they_came_from(rc10):
     rc10.fiducials.append(vxcameras.Fiducial(5, (0.0, 110.0)))
-    rc10.fiducials[0].coords_cam = (1.0, 2.0)
-    assert len(rc10.fiducials) == 5 and rc10.fiducials[0].coords_cam == (1.0, 2.0)
-    rc10.distortion.table_r[0].dr = 0.5
+    assert len(rc10.fiducials) == 5 and "110" in rc10.to_text()
+    row = rc10.distortion.table_r[0]
+    row.dr = 0.5
+    rc10.distortion.table_r[0] = row
     assert rc10.distortion.table_r[0].dr == 0.5
     rc10.distortion.poly_k[3] = 2.5
     assert rc10.distortion.poly_k.tolist()[3] == 2.5
     rc10.distortion.mixed.K = [1.0, 2.0, 3.0]
     assert rc10.distortion.mixed.K.tolist() == [1.0, 2.0, 3.0]
-    text = rc10.to_text()
-    assert "110" in text
+    rc10.fiducials = [vxcameras.Fiducial(1, (1.0, 2.0))]
+    assert [f.coords_cam for f in rc10.fiducials] == [(1.0, 2.0)]
+
+
+def test_elements_are_copies_that_outlive_changes_of_the_list(rc10):
+    first = rc10.fiducials[0]
+    first.index = 9
+    assert rc10.fiducials[0].index == 1
+    rc10.fiducials.clear()  # a reference into the vector would dangle now
+    assert first.coords_cam == (-105.993, -106.006)
+    popped = vxcameras.Camera.load(EXAMPLES / "cameras" / "rc10_radial.yaml").fiducials.pop()
+    assert popped.index == 4
+
+
+def test_lists_follow_python_index_rules(rc10):
+    marks = rc10.fiducials
+    assert marks[-1].index == 4
+    with pytest.raises(IndexError):
+        marks[4]
+    del marks[0]
+    marks.insert(-1, vxcameras.Fiducial(7))
+    assert [f.index for f in rc10.fiducials] == [2, 3, 7, 4]
+    assert repr(vxcameras.FiducialList()) == "FiducialList([])"
+    with pytest.raises(TypeError):
+        marks.append(None)
+    with pytest.raises(TypeError):
+        marks.extend([vxcameras.Fiducial(8), "not a mark"])
+    assert len(rc10.fiducials) == 4
 
 
 def test_a_block_of_the_wrong_length_is_refused_and_leaves_the_record_alone():
@@ -103,7 +130,7 @@ def test_repr_names_the_class_and_the_main_fields(rc10, rc10_scan):
 def test_copies_are_independent(rc10):
     other = copy.deepcopy(rc10)
     assert other == rc10
-    other.fiducials[0].index = 9
+    other.fiducials[0] = vxcameras.Fiducial(9)
     assert other != rc10 and rc10.fiducials[0].index == 1
     assert copy.copy(rc10) == rc10
     assert (rc10 == None) is False  # noqa: E711
