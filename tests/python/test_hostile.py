@@ -103,3 +103,28 @@ def test_the_sweep_does_not_crash_a_child_interpreter():
                           cwd=str(EXAMPLES.parent / "tests" / "python"))
     assert done.returncode == 0, done.stderr[-2000:]
     assert done.stdout.strip() == "swept"
+
+
+def test_enum_values_outside_the_enumeration_reach_the_library_and_are_refused_there(rc10, rc10_scan):
+    rc10.camera_type = vxcameras.CameraType(99)
+    with pytest.raises(vxcameras.Error):
+        rc10.to_text()
+    assert vxcameras.camera_type_text(vxcameras.CameraType(99)) == "???"
+    rc10.distortion.type = vxcameras.DistortionType(99)
+    assert vxcameras.Transform.cam_to_mm(rc10).name == "affine"  # the principal point's shift alone
+    with pytest.raises(vxcameras.SolveError):
+        vxcameras.solve(rc10_scan, rc10)
+
+
+@pytest.mark.parametrize("iterations", [-5, 0, 2**31 - 1])
+def test_any_iteration_limit_solves_or_says_why(iterations):
+    camera = vxcameras.Camera.load(EXAMPLES / "cameras" / "rc10_radial.yaml")
+    scan = vxcameras.Measurements.load(EXAMPLES / "measurements" / "rc10_scan_complete.yaml")
+    scan.transform_type = vxcameras.TransformType.Projective
+    options = vxcameras.SolveOptions(max_iterations=iterations)
+    try:
+        assert vxcameras.solve(scan, camera, options).pix_to_cam.name == "projective"
+    except vxcameras.SolveError as error:
+        assert str(error)
+    with pytest.raises(TypeError):
+        vxcameras.SolveOptions(max_iterations=2**40)
