@@ -27,9 +27,14 @@ bool IsRealNumbers(const py::dtype& dtype) {
   return kind == 'f' || kind == 'i' || kind == 'u';
 }
 
+// NumPy's flag of an array whose elements lie at addresses aligned for their type.
+constexpr int kNpyArrayAligned = 0x0100;
+
+// Whether the batch call can read or write the array where it lies: native float64, C order,
+// aligned (a buffer viewed at an odd offset is not), shape (N, 2).
 bool IsReadyFloat64(const py::array& a) {
   return a.dtype().is(py::dtype::of<double>()) && (a.flags() & kPyArrayCOrder) != 0 &&
-         a.ndim() == 2 && a.shape(1) == 2;
+         (a.flags() & kNpyArrayAligned) != 0 && a.ndim() == 2 && a.shape(1) == 2;
 }
 
 py::array AsArray(const py::handle& points) {

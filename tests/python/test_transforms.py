@@ -202,3 +202,18 @@ def test_a_huge_broadcast_view_is_refused_with_memory_error(rc10):
     huge = np.broadcast_to(np.zeros(2), (2**40, 2))
     with pytest.raises(MemoryError):
         vxcameras.Transform.cam_to_mm(rc10)(huge)
+
+
+def test_an_unaligned_or_byte_swapped_array_is_converted(rc10):
+    transform = vxcameras.Transform.cam_to_mm(rc10)
+    points = film_grid(3)
+    raw = bytearray(points.nbytes + 1)
+    unaligned = np.frombuffer(raw, dtype=np.float64, count=points.size, offset=1).reshape(-1, 2)
+    unaligned[:] = points
+    assert not unaligned.flags.aligned
+    swapped = points.astype(">f8")
+    expected = bits(transform(points))
+    assert bits(transform(unaligned)) == expected
+    assert bits(transform(swapped)) == expected
+    with pytest.raises(ValueError, match="out must be"):
+        transform(points, out=unaligned)
