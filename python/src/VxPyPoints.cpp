@@ -88,7 +88,7 @@ TPointsOut PointsOut(const py::handle& out, const TPointsIn& in) {
       throw py::value_error("out must be a C-ordered float64 array of shape (" +
                             std::to_string(in.n) + ", 2), got dtype " +
                             py::str(a.dtype()).cast<std::string>() + " and shape " + ShapeText(a) +
-                            (a.ndim() == 2 ? " (or not C-ordered)" : ""));
+                            (a.ndim() == 2 ? " (or not C-ordered and aligned)" : ""));
     }
     if (!a.writeable()) throw py::value_error("out is read-only");
     // The batch call maps in place, or between arrays apart: never partly overlapping ones.
