@@ -11,6 +11,7 @@
 
 #include "VxCameraMath.h"
 #include "VxCombinedTransform.h"
+#include "VxPyChunks.h"
 #include "VxPyPoints.h"
 
 namespace vxpy {
@@ -24,13 +25,14 @@ TPyTransform Held(TransformHandle handle) {
 
 // (result, number of NaN results).
 std::pair<py::array_t<double>, std::size_t> Apply(const TPyTransform& t, const py::handle& points,
-                                                  const py::handle& out) {
+                                                  const py::handle& out, int threads) {
+  if (threads < 0) throw py::value_error("threads must be 0 (every core) or more");
   const TPointsIn in = PointsIn(points);
   TPointsOut result = PointsOut(out, in);
   std::size_t nanCount = 0;
   {
     const py::gil_scoped_release release;
-    nanCount = t.handle->TransformPoints(in.data, result.data, in.n);
+    nanCount = TransformInChunks(*t.handle, in.data, result.data, in.n, threads);
   }
   return {std::move(result.array), nanCount};
 }
@@ -79,21 +81,22 @@ void BindTransforms(py::module_& m) {
           py::arg("p"), "Maps one point (x, y); NaN in both coordinates where it cannot.")
       .def(
           "apply",
-          [](const TPyTransform& t, const py::handle& points, const py::handle& out) {
-            return Apply(t, points, out);
+          [](const TPyTransform& t, const py::handle& points, const py::handle& out, int threads) {
+            return Apply(t, points, out, threads);
           },
-          py::arg("points"), py::arg("out") = py::none(),
+          py::arg("points"), py::arg("out") = py::none(), py::arg("threads") = 1,
           "Maps an (N, 2) array of points: (result, number of points that came out NaN). A "
           "C-ordered float64 array is read where it lies; other array-likes of real numbers "
           "are converted once. `out`, a writable C-ordered float64 (N, 2) array (the input "
           "itself for in place), receives the result; by default a new array does. The GIL "
-          "is released meanwhile.")
+          "is released meanwhile. threads > 1 (0: every core) cuts a large array into chunks "
+          "mapped at once; the result is the same bit for bit.")
       .def(
           "__call__",
-          [](const TPyTransform& t, const py::handle& points, const py::handle& out) {
-            return Apply(t, points, out).first;
+          [](const TPyTransform& t, const py::handle& points, const py::handle& out, int threads) {
+            return Apply(t, points, out, threads).first;
           },
-          py::arg("points"), py::arg("out") = py::none(),
+          py::arg("points"), py::arg("out") = py::none(), py::arg("threads") = 1,
           "Maps an (N, 2) array of points as apply() does and returns the result only.")
       .def("__repr__", [](const TPyTransform& t) {
         return py::str("Transform(name={!r})").format(std::string(t.handle->Name()));

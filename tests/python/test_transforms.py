@@ -217,3 +217,23 @@ def test_an_unaligned_or_byte_swapped_array_is_converted(rc10):
     assert bits(transform(swapped)) == expected
     with pytest.raises(ValueError, match="out must be"):
         transform(points, out=unaligned)
+
+
+@pytest.mark.parametrize("threads", [0, 2, 4, 64])
+def test_a_large_array_on_several_threads_equals_one_thread_bit_for_bit(rc10, threads):
+    # 5 chunks' worth of points, with NaN points in different chunks.
+    points = np.tile(film_grid(101), (33, 1))[:5 * 65536 + 7]
+    points[[3, 70000, 200000, len(points) - 1]] = np.nan
+    for make in (vxcameras.Transform.cam_to_mm, vxcameras.Transform.mm_to_cam):
+        transform = make(rc10)
+        one, one_nan = transform.apply(points)
+        many, many_nan = transform.apply(points, threads=threads)
+        assert bits(many) == bits(one) and many_nan == one_nan == 4
+        in_place = points.copy()
+        transform(in_place, out=in_place, threads=threads)
+        assert bits(in_place) == bits(one)
+
+
+def test_a_negative_thread_count_is_refused(rc10):
+    with pytest.raises(ValueError, match="threads"):
+        vxcameras.Transform.cam_to_mm(rc10)(np.zeros((3, 2)), threads=-1)
