@@ -1,5 +1,5 @@
-// vxcameras._vxcameras: the compiled part of the vxcameras package. Each area binds itself in a
-// file of its own; this file only starts the library and calls them.
+// vxcameras._vxcameras: the compiled extension inside the vxcameras package. Each area binds itself
+// in a file of its own; this file only starts the library and calls them.
 
 #include "VxCameraUtils.h"
 #include "VxPyCommon.h"
