@@ -36,6 +36,13 @@ VXCAMERAUTILS_EXPORT TransformHandle CreateCameraDistortionTransform(
 // distortion gives the shift alone, or the identity. Never empty; exceptions as above.
 VXCAMERAUTILS_EXPORT TransformHandle CreateCamToMmTransform(const TVxCameraInfo& camera);
 
+// The inverse of CreateCamToMmTransform: image millimetres relative to the principal point,
+// corrected for distortion, back to camera coordinates. The distortion is applied in the other
+// sense than its record's (a model stored CamToMm is inverted by the shared Newton solver, one
+// stored MmToCam is evaluated directly), then the shift by +principalPoint. A point where the
+// inverse does not converge maps to NaN. Always a TCombinedTransform; exceptions as above.
+VXCAMERAUTILS_EXPORT TransformHandle CreateMmToCamTransform(const TVxCameraInfo& camera);
+
 // Multiplies every linear coefficient of every model by `multiplier`, whatever the type: mixed,
 // polyK, polyP, the dr of all three tables, and k1..k5, p1, p2, b1, b2, a1, a2. Left alone: type,
 // direction, symmetryPoint, the radii, and p3, p4 (they shape the decentering profile).

@@ -11,6 +11,7 @@ packages=(
   clang libclang-rt-14-dev
   python3-jsonschema python3-yaml help2man
   libpugixml-dev libopencv-dev
+  pybind11-dev python3-dev python3-numpy python3-pytest mypy
   "$@"
 )
 

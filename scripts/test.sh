@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The whole test suite: installs what is missing, then builds and tests
-#   1. plainly, warnings as errors (with the packaging checks);
+#   1. plainly, warnings as errors (with the packaging checks and the Python module's tests,
+#      which only this stage builds: see VX_BUILD_PYTHON in CMakeLists.txt);
 #   2. under ThreadSanitizer, the tests labelled "concurrency";
 #   3. with clang and libFuzzer, short runs of the fuzz targets over their corpora;
 #   4. under AddressSanitizer and UndefinedBehaviorSanitizer, with assert() active, every test.

@@ -17,11 +17,6 @@ struct TPointChain {
   bool outputIsCamera = false;  // --inverse without a scan: the camera point is the output
 };
 
-// Corrected millimetres to camera coordinates: the inverse of CreateCamToMmTransform, that is
-// the distortion's inverse (the library's Newton solver, NaN where it does not converge) and the
-// shift back by the principal point.
-TransformHandle CreateMmToCamTransform(const TVxCameraInfo& camera);
-
 // The chain of `vxcam transform`: camera -> mm; with `inverse` mm -> camera; with the maps of a
 // solved scan (both or neither), pixels -> camera -> mm, or with `inverse` mm -> camera -> pixels.
 TPointChain MakePointChain(const TVxCameraInfo& camera, const TransformHandle* pixToCam,

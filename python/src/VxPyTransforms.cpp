@@ -1,0 +1,106 @@
+// The batch call of the geometry library on NumPy arrays. The GIL is released while points are
+// mapped, so other Python threads run (and may map points of their own) meanwhile; the arrays
+// stay referenced until the call returns.
+
+#include "VxPyTransforms.h"
+
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "VxCameraMath.h"
+#include "VxCombinedTransform.h"
+#include "VxPyChunks.h"
+#include "VxPyPoints.h"
+
+namespace vxpy {
+
+namespace {
+
+TPyTransform Held(TransformHandle handle) {
+  if (!handle) throw std::logic_error("the library returned no transform");
+  return TPyTransform{std::move(handle)};
+}
+
+// (result, number of NaN results).
+std::pair<py::array_t<double>, std::size_t> Apply(const TPyTransform& t, const py::handle& points,
+                                                  const py::handle& out, int threads) {
+  if (threads < 0) throw py::value_error("threads must be 0 (every core) or more");
+  const TPointsIn in = PointsIn(points);
+  TPointsOut result = PointsOut(out, in);
+  std::size_t nanCount = 0;
+  {
+    const py::gil_scoped_release release;
+    nanCount = TransformInChunks(*t.handle, in.data, result.data, in.n, threads);
+  }
+  return {std::move(result.array), nanCount};
+}
+
+TPyTransform Chain(const std::vector<const TPyTransform*>& members) {
+  // The library combines a fixed list; a longer chain nests pairs, which maps the same.
+  TransformHandle chained = MakeCombinedTransformHandle({});
+  for (const TPyTransform* member : members) {
+    if (member == nullptr) throw py::type_error("chain takes Transform objects, not None");
+    chained = MakeCombinedTransformHandle({chained.get(), member->handle.get()});
+  }
+  return Held(std::move(chained));
+}
+
+}  // namespace
+
+void BindTransforms(py::module_& m) {
+  py::class_<TPyTransform>(m, "Transform",
+                           "A planar transform of the library, immutable; made by cam_to_mm, "
+                           "mm_to_cam, chain or a Solution.")
+      .def_static(
+          "cam_to_mm",
+          [](const TVxCameraInfo& camera) { return Held(CreateCamToMmTransform(camera)); },
+          py::arg("camera").none(false),
+          "Camera coordinates (mm) to image millimetres relative to the principal point, "
+          "corrected for the camera's distortion. Raises ValueError for a distortion that "
+          "cannot be built.")
+      .def_static(
+          "mm_to_cam",
+          [](const TVxCameraInfo& camera) { return Held(CreateMmToCamTransform(camera)); },
+          py::arg("camera").none(false),
+          "The inverse of cam_to_mm; points where the inverse does not converge map to NaN.")
+      .def_static("chain", &Chain, py::arg("transforms"),
+                  "The transforms applied one after the other, the first given first.")
+      .def_property_readonly(
+          "name", [](const TPyTransform& t) { return std::string(t.handle->Name()); },
+          "A short English name of the transform's kind.")
+      .def_property_readonly(
+          "is_identity", [](const TPyTransform& t) { return t.handle->IsIdentity(); },
+          "True when the transform maps every point onto itself.")
+      .def(
+          "point",
+          [](const TPyTransform& t, const vec_t_<double, 2>& p) {
+            return t.handle->TransformPoint(p);
+          },
+          py::arg("p"), "Maps one point (x, y); NaN in both coordinates where it cannot.")
+      .def(
+          "apply",
+          [](const TPyTransform& t, const py::handle& points, const py::handle& out, int threads) {
+            return Apply(t, points, out, threads);
+          },
+          py::arg("points"), py::arg("out") = py::none(), py::arg("threads") = 1,
+          "Maps an (N, 2) array of points: (result, number of points that came out NaN). A "
+          "C-ordered float64 array is read where it lies; other array-likes of real numbers "
+          "are converted once. `out`, a writable C-ordered float64 (N, 2) array (the input "
+          "itself for in place), receives the result; by default a new array does. The GIL "
+          "is released meanwhile. threads > 1 (0: every core) cuts a large array into chunks "
+          "mapped at once; the result is the same bit for bit.")
+      .def(
+          "__call__",
+          [](const TPyTransform& t, const py::handle& points, const py::handle& out, int threads) {
+            return Apply(t, points, out, threads).first;
+          },
+          py::arg("points"), py::arg("out") = py::none(), py::arg("threads") = 1,
+          "Maps an (N, 2) array of points as apply() does and returns the result only.")
+      .def("__repr__", [](const TPyTransform& t) {
+        return py::str("Transform(name={!r})").format(std::string(t.handle->Name()));
+      });
+}
+
+}  // namespace vxpy
