@@ -83,6 +83,7 @@ void BindTransforms(py::module_& m);
 void BindSolve(py::module_& m);
 void BindCameraMath(py::module_& m);
 void BindLanguage(py::module_& m);
+void BindExchange(py::module_& m);
 
 // A writable NumPy view of `n` doubles inside the record that `owner` holds, which the view keeps
 // alive: `distortion.poly_k[2] = 1e-9` changes the record.

@@ -19,4 +19,5 @@ PYBIND11_MODULE(_vxcameras, m) {
   vxpy::BindSolve(m);
   vxpy::BindCameraMath(m);
   vxpy::BindLanguage(m);
+  vxpy::BindExchange(m);
 }
