@@ -22,14 +22,17 @@ struct TParam {
 };
 
 struct TFormatIo {
+  using TRead =
+      std::function<TPixelCamera(const std::string& content, const TVxExchangeOptions& options)>;
+  using TParams = std::function<std::vector<TParam>(const TPixelCamera& c, std::string* model)>;
+  using TWrite = std::function<std::string(const std::vector<TParam>& params, const TPixelCamera& c,
+                                           const TVxExchangeOptions& options)>;
   // Reads a pixel camera; throws TVxExchangeError naming options.path, key and value.
-  std::function<TPixelCamera(const std::string& content, const TVxExchangeOptions& options)> read;
+  TRead read;
   // The numbers the format writes for a Brown-Conrady pixel camera, and its model's name.
-  std::function<std::vector<TParam>(const TPixelCamera& c, std::string* model)> params;
+  TParams params;
   // The file of those numbers (their texts) for a camera of that size and name.
-  std::function<std::string(const std::vector<TParam>& params, const TPixelCamera& c,
-                            const TVxExchangeOptions& options)>
-      write;
+  TWrite write;
   bool holdsProfile = false;  // k4, p3, p4 (Metashape)
 };
 

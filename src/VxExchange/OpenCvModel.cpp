@@ -1,5 +1,7 @@
 #include "OpenCvModel.h"
 
+#include <utility>
+
 #include "ExchangeText.h"
 
 namespace vx_exchange {
@@ -83,6 +85,17 @@ std::vector<std::string> CameraMatrixTexts(const std::vector<TParam>& params) {
 std::vector<std::string> DistortionTexts(const std::vector<TParam>& params) {
   return {TextOf(params, "k1"), TextOf(params, "k2"), TextOf(params, "p1"), TextOf(params, "p2"),
           TextOf(params, "k3")};
+}
+
+TFormatIo OpenCvFormatIo(TFormatIo::TRead read, TFormatIo::TWrite write, std::string model) {
+  TFormatIo io;
+  io.read = std::move(read);
+  io.params = [model = std::move(model)](const TPixelCamera& c, std::string* name) {
+    *name = model;
+    return OpenCvParams(c);
+  };
+  io.write = std::move(write);
+  return io;
 }
 
 }  // namespace vx_exchange

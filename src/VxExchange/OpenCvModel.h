@@ -24,6 +24,9 @@ TPixelCamera OpenCvCamera(const TMatrix& k, const TMatrix& d, const std::string&
 // fx, fy, cx, cy, k1, k2, p1, p2, k3: the numbers of camera_matrix and a 5-value distortion.
 std::vector<TParam> OpenCvParams(const TPixelCamera& c);
 
+// The format of a file with OpenCV's five-value model, whose writer names the model `model`.
+TFormatIo OpenCvFormatIo(TFormatIo::TRead read, TFormatIo::TWrite write, std::string model);
+
 // The nine values of the camera matrix and the five of the distortion, as texts.
 std::vector<std::string> CameraMatrixTexts(const std::vector<TParam>& params);
 std::vector<std::string> DistortionTexts(const std::vector<TParam>& params);

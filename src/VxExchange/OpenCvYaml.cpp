@@ -43,14 +43,7 @@ std::string Write(const std::vector<TParam>& params, const TPixelCamera& c,
 }  // namespace
 
 TFormatIo OpenCvYamlIo() {
-  TFormatIo io;
-  io.read = Read;
-  io.params = [](const TPixelCamera& c, std::string* model) {
-    *model = "5 coefficients";
-    return OpenCvParams(c);
-  };
-  io.write = Write;
-  return io;
+  return OpenCvFormatIo(Read, Write, "5 coefficients");
 }
 
 }  // namespace vx_exchange

@@ -83,14 +83,7 @@ std::string Write(const std::vector<TParam>& params, const TPixelCamera& c,
 }  // namespace
 
 TFormatIo RosIo() {
-  TFormatIo io;
-  io.read = Read;
-  io.params = [](const TPixelCamera& c, std::string* model) {
-    *model = "plumb_bob";
-    return OpenCvParams(c);
-  };
-  io.write = Write;
-  return io;
+  return OpenCvFormatIo(Read, Write, "plumb_bob");
 }
 
 }  // namespace vx_exchange

@@ -28,10 +28,7 @@ int RunExport(const TArgs& args, TIo& io) {
         AddJsonFlag(app, json);
       },
       [&] {
-        if (second.empty()) std::swap(first, second);
-        if (second.empty()) throw TUsageError(Text("vxcam.exchange.no_file"));
-        if (!first.empty() && !TextToExchangeFormat(first))
-          throw TUsageError(Text("vxcam.exchange.unknown_format") + " " + first);
+        SortFormatAndFile(first, second);
         const std::optional<TVxExchangeFormat> format =
             first.empty() ? FormatOfName(outputPath) : TextToExchangeFormat(first);
         if (!format) throw TUsageError(Text("vxcam.exchange.format_of_name") + " " + outputPath);
@@ -47,17 +44,7 @@ int RunExport(const TArgs& args, TIo& io) {
           throw TContentError(second + ": " + e.what());
         }
         WriteOutput(outputPath, result.content, io);
-        if (json) {
-          nlohmann::ordered_json out = ReportJson(*format, result.report);
-          out["output"] = outputPath;
-          WriteJson(ReportStream(io, outputPath), out);
-          return kExitSuccess;
-        }
-        WriteRows(ReportStream(io, outputPath),
-                  {{0, Text("vxcam.label.format"),
-                    ExchangeFormatToText(*format) + " (" + result.report.model + ")"},
-                   {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
-        ReportWritten(io, outputPath);
+        ReportExchange(io, *format, result.report, outputPath, json);
         return kExitSuccess;
       });
 }

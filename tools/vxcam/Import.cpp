@@ -25,11 +25,7 @@ int RunImport(const TArgs& args, TIo& io) {
         AddJsonFlag(app, json);
       },
       [&] {
-        // One positional is the file, its format guessed; two are the format and the file.
-        if (second.empty()) std::swap(first, second);
-        if (second.empty()) throw TUsageError(Text("vxcam.exchange.no_file"));
-        if (!first.empty() && !TextToExchangeFormat(first))
-          throw TUsageError(Text("vxcam.exchange.unknown_format") + " " + first);
+        SortFormatAndFile(first, second);
         const std::string content = ReadWholeFile(second, io);
         TVxExchangeOptions options;
         options.path = second;
@@ -39,17 +35,7 @@ int RunImport(const TArgs& args, TIo& io) {
             first.empty() ? GuessExchangeFormatE(content, second) : *TextToExchangeFormat(first);
         const TVxImportResult result = ImportCameraE(content, format, options);
         SaveCamera(result.camera, outputPath, io);
-        if (json) {
-          nlohmann::ordered_json out = ReportJson(format, result.report);
-          out["output"] = outputPath;
-          WriteJson(ReportStream(io, outputPath), out);
-          return kExitSuccess;
-        }
-        WriteRows(ReportStream(io, outputPath),
-                  {{0, Text("vxcam.label.format"),
-                    ExchangeFormatToText(format) + " (" + result.report.model + ")"},
-                   {0, Text("vxcam.label.conversion"), ReportText(result.report)}});
-        ReportWritten(io, outputPath);
+        ReportExchange(io, format, result.report, outputPath, json);
         return kExitSuccess;
       });
 }

@@ -1,5 +1,9 @@
 #include "VxCamExchange.h"
 
+#include <ostream>
+#include <utility>
+
+#include "VxCamFiles.h"
 #include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraInfo.h"
@@ -40,6 +44,28 @@ nlohmann::ordered_json ReportJson(TVxExchangeFormat format, const TVxExchangeRep
           {"exact", !report.fitted},
           {"max_deviation_px", report.maxDeviationPx},
           {"max_deviation_um", report.maxDeviationMm * 1000.0}};
+}
+
+void SortFormatAndFile(std::string& format, std::string& file) {
+  if (file.empty()) std::swap(format, file);
+  if (file.empty()) throw TUsageError(Text("vxcam.exchange.no_file"));
+  if (!format.empty() && !TextToExchangeFormat(format))
+    throw TUsageError(Text("vxcam.exchange.unknown_format") + " " + format);
+}
+
+void ReportExchange(TIo& io, TVxExchangeFormat format, const TVxExchangeReport& report,
+                    const std::string& outputPath, bool json) {
+  std::ostream& out = ReportStream(io, outputPath);
+  if (json) {
+    nlohmann::ordered_json document = ReportJson(format, report);
+    document["output"] = outputPath;
+    WriteJson(out, document);
+    return;
+  }
+  WriteRows(out, {{0, Text("vxcam.label.format"),
+                   ExchangeFormatToText(format) + " (" + report.model + ")"},
+                  {0, Text("vxcam.label.conversion"), ReportText(report)}});
+  ReportWritten(io, outputPath);
 }
 
 }  // namespace vxcam

@@ -25,4 +25,13 @@ std::string ReportText(const TVxExchangeReport& report);
 // The report for programs.
 nlohmann::ordered_json ReportJson(TVxExchangeFormat format, const TVxExchangeReport& report);
 
+// The positional arguments of import and export: one is the file, its format left to find; two
+// are the format and the file. Throws TUsageError for no file and for a format name not known.
+void SortFormatAndFile(std::string& format, std::string& file);
+
+// How the camera went across, on the report stream (standard error when the file went to
+// standard output): JSON with the output's name, or rows and the file named.
+void ReportExchange(TIo& io, TVxExchangeFormat format, const TVxExchangeReport& report,
+                    const std::string& outputPath, bool json);
+
 }  // namespace vxcam
