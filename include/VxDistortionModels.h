@@ -24,6 +24,13 @@ struct TVxDistortionCoefficient {
 VXCAMERAUTILS_EXPORT std::vector<TVxDistortionCoefficient> DistortionCoefficients(
     const TVxCameraDistortion& distortion);
 
+// The first number of the model in force that is not finite, by name: "symmetry_point", a
+// coefficient ("k1"), a table row ("table_r[3]", "table_x[0]"); nullopt when every number is
+// finite. Such a record still builds its transform, which maps every point to NaN; callers
+// that would rather refuse it say so with this name.
+VXCAMERAUTILS_EXPORT std::optional<std::string> FirstNonFiniteValue(
+    const TVxCameraDistortion& distortion);
+
 // The largest radius among the rows of the tables that the model in force uses (a radial table;
 // the axes, the diagonals or both of a directed model), in mm; nullopt for the other models and
 // for tables without a row of positive radius. Beyond it the model extrapolates.

@@ -4,13 +4,16 @@
 
 #include "VxPyTransforms.h"
 
+#include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "VxCameraMath.h"
 #include "VxCombinedTransform.h"
+#include "VxDistortionModels.h"
 #include "VxPyChunks.h"
 #include "VxPyPoints.h"
 
@@ -47,6 +50,18 @@ TPyTransform Chain(const std::vector<const TPyTransform*>& members) {
   return Held(std::move(chained));
 }
 
+// A camera whose focal length, principal point or distortion holds NaN or an infinity would map
+// every point to NaN; Python callers get the number named instead.
+void RequireFiniteCamera(const TVxCameraInfo& camera) {
+  const auto fail = [](const std::string& what) {
+    throw py::value_error("the camera's " + what + " is not a finite number");
+  };
+  if (!std::isfinite(camera.focus)) fail("focus");
+  if (!std::isfinite(camera.principalPoint.x) || !std::isfinite(camera.principalPoint.y))
+    fail("principal_point");
+  if (const auto name = FirstNonFiniteValue(camera.distortion)) fail("distortion/" + *name);
+}
+
 }  // namespace
 
 void BindTransforms(py::module_& m) {
@@ -55,14 +70,20 @@ void BindTransforms(py::module_& m) {
                            "mm_to_cam, chain or a Solution.")
       .def_static(
           "cam_to_mm",
-          [](const TVxCameraInfo& camera) { return Held(CreateCamToMmTransform(camera)); },
+          [](const TVxCameraInfo& camera) {
+            RequireFiniteCamera(camera);
+            return Held(CreateCamToMmTransform(camera));
+          },
           py::arg("camera").none(false),
           "Camera coordinates (mm) to image millimetres relative to the principal point, "
-          "corrected for the camera's distortion. Raises ValueError for a distortion that "
-          "cannot be built.")
+          "corrected for the camera's distortion. Raises ValueError for a camera with a number "
+          "that is not finite (naming it) and for a distortion that cannot be built.")
       .def_static(
           "mm_to_cam",
-          [](const TVxCameraInfo& camera) { return Held(CreateMmToCamTransform(camera)); },
+          [](const TVxCameraInfo& camera) {
+            RequireFiniteCamera(camera);
+            return Held(CreateMmToCamTransform(camera));
+          },
           py::arg("camera").none(false),
           "The inverse of cam_to_mm; points where the inverse does not converge map to NaN.")
       .def_static("chain", &Chain, py::arg("transforms"),

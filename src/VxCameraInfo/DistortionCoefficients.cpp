@@ -2,7 +2,10 @@
 // tables.
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <string>
+#include <utility>
 
 #include "VxDistortionModels.h"
 #include "internal/VxDistortionModelTable.h"
@@ -98,4 +101,36 @@ std::optional<double> DistortionTableReach(const TVxCameraDistortion& distortion
   const auto* model = vx_distortion_models::Find(distortion.type);
   if (model == nullptr || model->tableReach == nullptr) return std::nullopt;
   return model->tableReach(distortion);
+}
+
+std::optional<std::string> FirstNonFiniteValue(const TVxCameraDistortion& distortion) {
+  const auto finite = [](double v) { return std::isfinite(v); };
+  const vec_t_<double, 2>& s = distortion.symmetryPoint;
+  if (distortion.type != TDistortionType::None && !(finite(s.x) && finite(s.y))) {
+    return std::string("symmetry_point");
+  }
+  for (const TVxDistortionCoefficient& c : DistortionCoefficients(distortion)) {
+    if (!finite(c.value)) return c.name;
+  }
+  const bool radial = distortion.type == TDistortionType::Radial;
+  const bool axes = distortion.type == TDistortionType::Directed4Plus ||
+                    distortion.type == TDistortionType::Directed8;
+  const bool diagonals = distortion.type == TDistortionType::Directed4X ||
+                         distortion.type == TDistortionType::Directed8;
+  for (std::size_t i = 0; radial && i < distortion.tableR.size(); ++i) {
+    const auto& row = distortion.tableR[i];
+    if (!finite(row.r) || !finite(row.dr)) return "table_r[" + std::to_string(i) + "]";
+  }
+  const std::pair<bool, const std::vector<TVxCameraDistortion::T4Direction>*> tables[] = {
+      {axes, &distortion.table4Plus}, {diagonals, &distortion.table4X}};
+  const char* const names[] = {"table_+", "table_x"};
+  for (std::size_t t = 0; t < 2; ++t) {
+    for (std::size_t i = 0; tables[t].first && i < tables[t].second->size(); ++i) {
+      const auto& row = (*tables[t].second)[i];
+      if (!finite(row.r) || !std::all_of(std::begin(row.dr), std::end(row.dr), finite)) {
+        return std::string(names[t]) + "[" + std::to_string(i) + "]";
+      }
+    }
+  }
+  return std::nullopt;
 }

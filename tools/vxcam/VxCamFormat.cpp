@@ -147,19 +147,7 @@ std::vector<TCoefficient> CoefficientsWithUnits(const TVxCameraDistortion& disto
 }
 
 bool DistortionIsFinite(const TVxCameraDistortion& distortion) {
-  bool finite =
-      std::isfinite(distortion.symmetryPoint.x) && std::isfinite(distortion.symmetryPoint.y);
-  for (const TCoefficient& c : CoefficientsWithUnits(distortion))
-    finite = finite && std::isfinite(c.value);
-  for (const auto& row : distortion.tableR)
-    finite = finite && std::isfinite(row.r) && std::isfinite(row.dr);
-  for (const auto* table : {&distortion.table4Plus, &distortion.table4X}) {
-    for (const auto& row : *table) {
-      finite = finite && std::isfinite(row.r);
-      for (double dr : row.dr) finite = finite && std::isfinite(dr);
-    }
-  }
-  return finite;
+  return !FirstNonFiniteValue(distortion).has_value();
 }
 
 TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {

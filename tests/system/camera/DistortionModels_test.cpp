@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -83,6 +85,34 @@ TEST(DistortionTableReach, NothingForCoefficientModelsEmptyTablesAndUnknownTypes
   EXPECT_FALSE(DistortionTableReach(d).has_value());
   d.tableR = {{0.0, 0.0}};  // a row at the centre reaches nowhere
   EXPECT_FALSE(DistortionTableReach(d).has_value());
+}
+
+TEST(FirstNonFiniteValue, NamesTheFirstNumberOfTheModelInForce) {
+  TVxCameraDistortion d;
+  d.type = TDistortionType::Formula;
+  EXPECT_FALSE(FirstNonFiniteValue(d).has_value());
+  d.p2 = std::numeric_limits<double>::infinity();
+  d.a1 = std::nan("");
+  EXPECT_EQ(FirstNonFiniteValue(d), "p2");
+  d.symmetryPoint.y = std::nan("");
+  EXPECT_EQ(FirstNonFiniteValue(d), "symmetry_point");
+  d.type = TDistortionType::Radial;
+  d.symmetryPoint.y = 0.0;
+  d.tableR = {{10.0, 0.0}, {20.0, std::nan("")}};
+  EXPECT_EQ(FirstNonFiniteValue(d), "table_r[1]");
+}
+
+TEST(FirstNonFiniteValue, LooksOnlyAtTheTablesTheModelUses) {
+  TVxCameraDistortion d;
+  d.table4Plus = {{10.0, {0, 0, 0, 0}}};
+  d.table4X = {{10.0, {0, std::nan(""), 0, 0}}};
+  d.type = TDistortionType::Directed4Plus;
+  EXPECT_FALSE(FirstNonFiniteValue(d).has_value());
+  d.type = TDistortionType::Directed8;
+  EXPECT_EQ(FirstNonFiniteValue(d), "table_x[0]");
+  d.type = TDistortionType::None;  // keeps no numbers: nothing to refuse
+  d.symmetryPoint.x = std::nan("");
+  EXPECT_FALSE(FirstNonFiniteValue(d).has_value());
 }
 
 }  // namespace
