@@ -63,11 +63,7 @@ std::string Write(const std::vector<TParam>& params, const TPixelCamera& c,
 }  // namespace
 
 TFormatIo ColmapTextIo() {
-  TFormatIo io;
-  io.read = Read;
-  io.params = ColmapParams;
-  io.write = Write;
-  return io;
+  return {Read, ColmapParams, Write};
 }
 
 }  // namespace vx_exchange

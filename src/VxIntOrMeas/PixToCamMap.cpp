@@ -1,6 +1,5 @@
 // A solved pixel-to-camera map as coefficients: its inverse, its transforms and its file.
 
-#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -19,10 +18,6 @@ namespace {
 constexpr const char* kMatrixKey = "pix_to_cam";
 constexpr const char* kRowKeys[3] = {"x", "y", "w"};
 
-bool IsFiniteMatrix(const TMatrix& m) {
-  return std::all_of(m.begin(), m.end(), [](double v) { return std::isfinite(v); });
-}
-
 double Determinant(const TMatrix& m) {
   return m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) +
          m[2] * (m[3] * m[7] - m[4] * m[6]);
@@ -30,7 +25,7 @@ double Determinant(const TMatrix& m) {
 
 // Why the matrix maps no pixel plane onto the camera plane, or null.
 const char* MatrixProblem(const TMatrix& m) {
-  if (!IsFiniteMatrix(m)) return "the matrix holds a value that is not a finite number";
+  if (!AllFinite(m)) return "the matrix holds a value that is not a finite number";
   if (!(Determinant(m) != 0.0)) return "the matrix is singular";
   return nullptr;
 }

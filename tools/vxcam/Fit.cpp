@@ -11,6 +11,7 @@
 #include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
+#include "VxDistortionModels.h"
 
 namespace vxcam {
 namespace {
@@ -51,7 +52,7 @@ TFit Fit(const TVxCameraInfo& camera, TDistortionType model, double radius,
   const bool done = WithContentOf(path, [&] {
     return ApproxCameraDistortion(model, &fit.distortion, camera, radius, &fit.maxDeviation);
   });
-  if (!done || !std::isfinite(fit.maxDeviation) || !DistortionIsFinite(fit.distortion))
+  if (!done || !std::isfinite(fit.maxDeviation) || FirstNonFiniteValue(fit.distortion))
     throw TContentError(path + ": " + Text("vxcam.error.fit_failed") + " (" +
                         DistortionTypeToUserText(camera.distortion.type) + ")");
   return fit;

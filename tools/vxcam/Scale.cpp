@@ -3,6 +3,7 @@
 #include "VxCamFormat.h"
 #include "VxCamText.h"
 #include "VxCameraMath.h"
+#include "VxDistortionModels.h"
 
 namespace vxcam {
 
@@ -23,7 +24,7 @@ int RunScale(const TArgs& args, TIo& io) {
         TVxCameraInfo camera = LoadCamera(cameraPath, io);
         ApplyDistortionMultiplier(&camera.distortion, factor);
         // A finite factor can still carry a value past the range of numbers ("1e300 times").
-        if (!DistortionIsFinite(camera.distortion)) {
+        if (FirstNonFiniteValue(camera.distortion)) {
           throw TContentError(cameraPath + ": " + Text("vxcam.error.not_finite") + ' ' +
                               FormatNumber(factor, 17));
         }

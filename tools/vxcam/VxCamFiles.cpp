@@ -10,13 +10,10 @@
 #include <iostream>
 #include <system_error>
 
-#include <fcntl.h>
-
 #include "VxAtomicFile.h"
 #include "VxCamApp.h"
 #include "VxCamText.h"
-#include "VxFd.h"
-#include "VxFileKind.h"
+#include "VxReadFile.h"
 #include "VxXIni.h"
 
 namespace vxcam {
@@ -26,71 +23,49 @@ namespace {
 constexpr const char* kStandardStream = "-";
 constexpr const char* kStandardInputName = "<stdin>";
 
-// Why a text of `size` bytes is too large to be read, or "".
-std::string TooLarge(std::uint64_t size) {
-  if (size <= kVxXIniMaxTextSize) return {};
-  return "the text is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes";
-}
-
 // All of standard input, at most as much as a settings file may hold.
 std::string ReadAll(std::istream& in) {
   std::string text;
   char chunk[65536];
   while (in.read(chunk, sizeof chunk) || in.gcount() > 0) {
     text.append(chunk, static_cast<std::size_t>(in.gcount()));
-    const std::string problem = TooLarge(text.size());
-    if (!problem.empty()) throw TVxXIniReadError(kStandardInputName, 0, 0, std::string(), problem);
+    if (text.size() > kVxXIniMaxTextSize) {
+      throw TVxXIniReadError(
+          kStandardInputName, 0, 0, std::string(),
+          "the text is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes");
+    }
   }
   return text;
 }
 
-[[noreturn]] void FailToRead(const std::string& path, const std::string& reason) {
-  throw TFileError(Text("vxcam.exchange.cannot_read") + " '" + path + "': " + reason);
-}
-
-// A regular file, read through its descriptor: opened without blocking, so that a FIFO is
-// refused rather than waited for.
-std::string ReadRegularFile(const std::string& path) {
-  TVxFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  if (!fd.IsOpen()) FailToRead(path, std::strerror(errno));
-  struct stat info {};
-  if (::fstat(fd.Get(), &info) != 0) FailToRead(path, std::strerror(errno));
-  if (!S_ISREG(info.st_mode)) {
-    FailToRead(path, std::string("it is ") + VxFileKindText(info.st_mode) + ", not a regular file");
-  }
-  std::string bytes;
-  char chunk[65536];
-  for (;;) {
-    const ssize_t got = ::read(fd.Get(), chunk, sizeof chunk);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) FailToRead(path, std::strerror(errno));
-    if (got == 0) return bytes;
-    bytes.append(chunk, static_cast<std::size_t>(got));
-    const std::string problem = TooLarge(bytes.size());
-    if (!problem.empty()) FailToRead(path, problem);
-  }
+// All of standard input, for the one file of a command that may come from there.
+std::string TakeStandardInput(TIo& io) {
+  if (io.inTaken) throw TUsageError(Text("vxcam.error.stdin_twice"));
+  io.inTaken = true;
+  CheckStandardInput(io.in);
+  return ReadAll(io.in);
 }
 
 std::unique_ptr<TVxXIniReader> ReadSettings(const std::string& path, TIo* io) {
   if (io == nullptr || !IsStandardStream(path)) return TVxXIniReader::FromFile(path);
-  if (io->inTaken) throw TUsageError(Text("vxcam.error.stdin_twice"));
-  io->inTaken = true;
-  CheckStandardInput(io->in);
-  return TVxXIniReader::FromText(ReadAll(io->in), kStandardInputName);
+  return TVxXIniReader::FromText(TakeStandardInput(*io), kStandardInputName);
 }
 
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path, TIo& io) {
-  if (!IsStandardStream(path)) return ReadRegularFile(path);
-  if (io.inTaken) throw TUsageError(Text("vxcam.error.stdin_twice"));
-  io.inTaken = true;
-  CheckStandardInput(io.in);
-  try {
-    return ReadAll(io.in);
-  } catch (const TVxXIniReadError& e) {
-    throw TFileError(e.what());
+  if (IsStandardStream(path)) {
+    try {
+      return TakeStandardInput(io);
+    } catch (const TVxXIniReadError& e) {
+      throw TFileError(e.what());
+    }
   }
+  std::string bytes;
+  if (const auto failure = VxReadRegularFile(path, kVxXIniMaxTextSize, &bytes)) {
+    throw TFileError(Text("vxcam.exchange.cannot_read") + " '" + path + "': " + failure->detail);
+  }
+  return bytes;
 }
 
 namespace {

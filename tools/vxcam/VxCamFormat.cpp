@@ -146,10 +146,6 @@ std::vector<TCoefficient> CoefficientsWithUnits(const TVxCameraDistortion& disto
   return list;
 }
 
-bool DistortionIsFinite(const TVxCameraDistortion& distortion) {
-  return !FirstNonFiniteValue(distortion).has_value();
-}
-
 TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent) {
   TRows rows{{indent, Text("vxcam.label.distortion"), DistortionTypeToUserText(distortion.type)}};
   if (distortion.type == TDistortionType::None) return rows;

@@ -49,10 +49,6 @@ struct TCoefficient {
 // The coefficients of the model in force, in the model's order; empty for None and tables.
 std::vector<TCoefficient> CoefficientsWithUnits(const TVxCameraDistortion& distortion);
 
-// True when every number of the model in force is finite: its symmetry point, coefficients and
-// table rows.
-bool DistortionIsFinite(const TVxCameraDistortion& distortion);
-
 // The distortion as rows: model, sense, symmetry point, the coefficients that are not zero (and
 // a line saying the others are), or the table in micrometres.
 TRows DescribeDistortion(const TVxCameraDistortion& distortion, int indent);

@@ -1,17 +1,11 @@
 #include "VxXIniReader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <istream>
 #include <limits>
 #include <streambuf>
 #include <string>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -21,7 +15,7 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
-#include "VxFileKind.h"
+#include "VxReadFile.h"
 #include "XIniFlowDepth.h"
 #include "XIniNumbers.h"
 
@@ -503,50 +497,14 @@ std::unique_ptr<TVxXIniReader> TVxXIniReader::FromText(std::string_view text,
 }
 
 std::unique_ptr<TVxXIniReader> TVxXIniReader::FromFile(const std::string& path) {
-  const auto fail = [&path](const std::string& what) {
-    const std::string reason = std::generic_category().message(errno);
-    throw TVxXIniReadError(path, 0, 0, std::string(), what + ": " + reason);
-  };
-  // Opened without blocking, so that a FIFO without a writer is refused below rather than
-  // waited for forever; regular files ignore the flag.
-  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) {
-    fail("cannot open the file");
-  }
   std::string text;
-  struct stat info {};
-  bool ok = ::fstat(fd, &info) == 0;
-  if (ok && !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    throw TVxXIniReadError(path, 0, 0, std::string(),
-                           std::string("cannot read the file: it is ") +
-                               VxFileKindText(info.st_mode) + ", not a regular file");
+  if (const auto failure = VxReadRegularFile(path, kVxXIniMaxTextSize, &text)) {
+    using TStep = TVxReadFailure::TStep;
+    const char* what = failure->step == TStep::Open   ? "cannot open the file: "
+                       : failure->step == TStep::Size ? ""
+                                                      : "cannot read the file: ";
+    throw TVxXIniReadError(path, 0, 0, std::string(), what + failure->detail);
   }
-  char chunk[65536];
-  while (ok) {
-    const ssize_t got = ::read(fd, chunk, sizeof chunk);
-    if (got < 0 && errno == EINTR) {
-      continue;
-    }
-    if (got <= 0) {
-      ok = got == 0;
-      break;
-    }
-    if (text.size() + static_cast<std::size_t>(got) > kVxXIniMaxTextSize) {
-      ::close(fd);
-      throw TVxXIniReadError(
-          path, 0, 0, std::string(),
-          "the file is larger than " + std::to_string(kVxXIniMaxTextSize) + " bytes");
-    }
-    text.append(chunk, static_cast<std::size_t>(got));
-  }
-  if (!ok) {
-    const int saved = errno;
-    ::close(fd);
-    errno = saved;
-    fail("cannot read the file");
-  }
-  ::close(fd);
   return FromText(text, path);
 }
 
