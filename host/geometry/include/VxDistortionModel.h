@@ -1,8 +1,10 @@
 #pragma once
-// The shell that the distortion models share: copying, the inverse flag, and the point and batch
-// paths in both senses, all from the model's displacement kernel. A model supplies its maths
-// (its kernel, its name, when it is the identity); the shell supplies the rest.
+// The shell that the distortion models share: copying, the inverse flag, and the point, batch
+// and grid paths in both senses, with the fusion hooks, all from the model's displacement kernel.
+// A model supplies its maths (its kernel, its name, when it is the identity); the shell supplies
+// the rest.
 
+#include <array>
 #include <cstddef>
 #include <memory>
 
@@ -22,11 +24,15 @@ class VXGEOMETRY_EXPORT TVxDistortionModel : public TVx2DTransform {
 
   // A copy of the model, of its own class.
   std::unique_ptr<TVx2DTransform> Clone() const final;
-  // The forward displacement, or the numerical inverse, one point at a time through the kernel;
-  // a model with a faster batch path overrides it with the same results.
   std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
+                              std::size_t n) const final;
   vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const final;
+  // One loop for an affine map followed by the model, over points or a grid.
+  bool TransformPointsAfter(const std::array<double, 6>* first, const vec_t_<double, 2>* in,
+                            vec_t_<double, 2>* out, std::size_t n,
+                            std::size_t* nanCount) const final;
+  bool TransformGridAfter(const std::array<double, 6>* first, const TVxPointGrid& grid,
+                          vec_t_<double, 2>* out, std::size_t* nanCount) const final;
 
  protected:
   explicit TVxDistortionModel(bool inverse) : inverse_(inverse) {}

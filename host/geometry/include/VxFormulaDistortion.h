@@ -2,7 +2,7 @@
 // The formula distortion model: radial polynomial, Brown's decentering with its profile, and
 // the in-plane (affinity and shear) terms. The formulas stand in docs/distortion-models.md.
 
-#include "VxTransform.h"
+#include "VxDistortionModel.h"
 
 // With x = X - centre.x, y = Y - centre.y, r^2 = x^2 + y^2 (all in mm), the displacement is
 //
@@ -20,7 +20,7 @@
 //
 // Every coefficient but p3 and p4 enters linearly: scaling k1..k5, p1, p2, b1, b2, a1, a2 by s
 // scales the displacement by s. p3 and p4 shape the decentering profile.
-class VXGEOMETRY_EXPORT TFormulaDistortion final : public TVx2DTransform {
+class VXGEOMETRY_EXPORT TFormulaDistortion final : public TVxDistortionModel<TFormulaDistortion> {
  public:
   // The whole description of the model. Fields in this order.
   struct TDistCoeff {
@@ -40,23 +40,15 @@ class VXGEOMETRY_EXPORT TFormulaDistortion final : public TVx2DTransform {
   // The coefficients as built, with the centre and the inverse flag.
   const TDistCoeff& Coefficients() const { return c_; }
   const vec_t_<double, 2>& Centre() const { return c_.centre; }
-  bool Inverse() const { return c_.inverse; }
 
-  std::unique_ptr<TVx2DTransform> Clone() const override;
-  std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
   const char* Name() const override;  // "formula distortion"
   // True when every coefficient that moves a point (all but p3, p4) is zero.
   bool IsIdentity() const override;
-  vec_t_<double, 2> TransformPoint(const vec_t_<double, 2>& p) const override;
-  // One loop of eight lanes for an affine map followed by the model, over points or a grid.
-  bool TransformPointsAfter(const std::array<double, 6>* first, const vec_t_<double, 2>* in,
-                            vec_t_<double, 2>* out, std::size_t n,
-                            std::size_t* nanCount) const override;
-  bool TransformGridAfter(const std::array<double, 6>* first, const TVxPointGrid& grid,
-                          vec_t_<double, 2>* out, std::size_t* nanCount) const override;
 
  private:
+  friend class TVxDistortionModel<TFormulaDistortion>;
+  struct TKernel;  // the displacement, in the source
+  VXGEOMETRY_NO_EXPORT TKernel Kernel() const;
   TFormulaDistortion(const TFormulaDistortion&) = default;
 
   TDistCoeff c_;

@@ -42,8 +42,6 @@ class VXGEOMETRY_EXPORT TRadialDistortion final : public TVxDistortionModel<TRad
   // The interpolated radial displacement dr at radius r >= 0 (mm).
   double RadialDisplacement(double r) const;
 
-  std::size_t TransformPoints(const vec_t_<double, 2>* in, vec_t_<double, 2>* out,
-                              std::size_t n) const override;
   const char* Name() const override;  // "radial table distortion"
   // True when every dr is zero (or there are no rows).
   bool IsIdentity() const override;

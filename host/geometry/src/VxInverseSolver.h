@@ -1,15 +1,16 @@
 #pragma once
-// The one numerical inverse of every distortion model, and the batch loops built on a model's
-// displacement kernel. Internal to the library.
+// The one numerical inverse of every distortion model, for one point and (its first stage) for
+// eight. Internal to the library; the batch loops are in VxBatchLoops.h.
 //
 // A kernel is any type with
 //   void Displace(double x, double y, double& dx, double& dy) const;
 // giving the displacement d(p) at the point p = (x, y); the model maps p to p + d(p).
 // A kernel may also have
 //   void Jacobian(double x, double y, double& jxx, double& jxy, double& jyx, double& jyy) const;
-// giving the partial derivatives of d (jxy = d(dx)/dy); the inverse then uses them instead of
-// differences. A kernel whose members are templates over the number type (double, or the
-// eight-lane TVec8 of VxSimd.h) can also run the batch loops eight points at a time.
+// giving the partial derivatives of d (jxy = d(dx)/dy), for double or also for TVec8; the
+// inverse then uses them instead of differences. A kernel whose members are templates over the
+// number type (double, or the eight-lane TVec8 of VxSimd.h) runs the batch loops eight points at a
+// time.
 //
 // The inverse runs in two stages. First a fixed number of fixed-point steps and at most
 // kFixedNewtonSteps plain Newton steps, each point stopping at its first step within
@@ -54,22 +55,31 @@ constexpr double kMinJacobianDet = 1e-9;
 constexpr int kFixedPointSteps = 2;
 constexpr int kFixedNewtonSteps = 3;
 
-template <class Kernel, class = void>
+template <class Kernel, class T, class = void>
 struct THasJacobian : std::false_type {};
-template <class Kernel>
-struct THasJacobian<
-    Kernel, std::void_t<decltype(std::declval<const Kernel&>().Jacobian(
-                std::declval<double>(), std::declval<double>(), std::declval<double&>(),
-                std::declval<double&>(), std::declval<double&>(), std::declval<double&>()))>>
+template <class Kernel, class T>
+struct THasJacobian<Kernel, T,
+                    std::void_t<decltype(std::declval<const Kernel&>().Jacobian(
+                        std::declval<const T&>(), std::declval<const T&>(), std::declval<T&>(),
+                        std::declval<T&>(), std::declval<T&>(), std::declval<T&>()))>>
     : std::true_type {};
 
-// The partial derivatives of the displacement at (x, y): the kernel's own, or central
-// differences.
+// The partial derivatives of the displacement at (x, y): the kernel's own (for eight lanes, its
+// one-point Jacobian lane by lane where it has no other), or central differences.
 template <class Kernel, class T>
 inline void DisplacementJacobian(const Kernel& kernel, const T& x, const T& y, T& jxx, T& jxy,
                                  T& jyx, T& jyy) {
-  if constexpr (THasJacobian<Kernel>::value) {
+  if constexpr (THasJacobian<Kernel, T>::value) {
     kernel.Jacobian(x, y, jxx, jxy, jyx, jyy);
+  } else if constexpr (THasJacobian<Kernel, double>::value) {
+    for (std::size_t k = 0; k < kLanes; ++k) {
+      double a = 0.0, b = 0.0, c = 0.0, d = 0.0;
+      kernel.Jacobian(x[k], y[k], a, b, c, d);
+      jxx[k] = a;
+      jxy[k] = b;
+      jyx[k] = c;
+      jyy[k] = d;
+    }
   } else {
     constexpr double h = kJacobianStep;
     T dxp{}, dyp{}, dxm{}, dym{};
@@ -251,27 +261,6 @@ inline std::size_t CountNaNPoints(const vec_t_<double, 2>* points, std::size_t n
     if (std::isnan(points[i].x) || std::isnan(points[i].y)) ++count;
   }
   return count;
-}
-
-// The batch map of a model: the one-point kernel as loop body, no virtual call, no allocation.
-// In place allowed: each point is read before its result is written.
-template <class Kernel>
-std::size_t MapPoints(const Kernel& kernel, bool inverse, const vec_t_<double, 2>* in,
-                      vec_t_<double, 2>* out, std::size_t n) {
-  if (inverse) {
-    for (std::size_t i = 0; i < n; ++i) out[i] = InversePoint(kernel, in[i]);
-  } else {
-    for (std::size_t i = 0; i < n; ++i) {
-      const double x = in[i].x;
-      const double y = in[i].y;
-      double dx = 0.0;
-      double dy = 0.0;
-      kernel.Displace(x, y, dx, dy);
-      out[i].x = x + dx;
-      out[i].y = y + dy;
-    }
-  }
-  return CountNaNPoints(out, n);
 }
 
 }  // namespace vx_geometry_detail

@@ -8,6 +8,7 @@
 #include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
+#include "kernels/VxMixedKernel.h"
 
 namespace {
 
@@ -22,48 +23,9 @@ std::array<double, N> Group(const double* values, const char* name) {
   return group;
 }
 
-// The displacement of the mixed model; the formula stands in the header. The terms shared with
-// the formula model are computed in the same order as there, so that both models give the same
-// bits for the same coefficients.
-struct TMixedKernel {
-  double cx, cy, f;
-  std::array<double, 7> a, b, c;
-  std::array<double, 3> k;
-  std::array<double, 2> p;
-  bool higherOrder;
-
-  void Displace(double px, double py, double& dx, double& dy) const {
-    const double x = px - cx;
-    const double y = py - cy;
-    const double r2 = x * x + y * y;
-    const double radial = r2 * (k[0] + r2 * (k[1] + r2 * k[2]));
-    const double tx = p[0] * (r2 + 2.0 * x * x) + 2.0 * p[1] * x * y;
-    const double ty = p[1] * (r2 + 2.0 * y * y) + 2.0 * p[0] * x * y;
-    dx = x * radial + tx + a[0] * x + a[1] * y;
-    dy = y * radial + ty + b[0] * x + b[1] * y;
-    dx += c[0] * x;
-    dy += c[0] * y;
-    if (!higherOrder) return;
-    const double u = x / f;
-    const double v = y / f;
-    const double uu = u * u;
-    const double uv = u * v;
-    const double vv = v * v;
-    const double rho2 = uu + vv;
-    const double rho4 = rho2 * rho2;
-    const double rho8 = rho4 * rho4;
-    const double radialHigh = rho8 * (c[1] + c[2] * rho2);
-    const double tangential = rho2 * (c[5] + c[6] * rho2);
-    dx += f * (a[2] * uu + a[3] * uv + a[4] * vv + a[5] * uu * v + a[6] * u * vv + u * radialHigh +
-               rho2 * (c[3] * (rho2 + 2.0 * uu) + 2.0 * c[4] * uv) - v * tangential);
-    dy += f * (b[2] * uu + b[3] * uv + b[4] * vv + b[5] * uu * v + b[6] * u * vv + v * radialHigh +
-               rho2 * (c[4] * (rho2 + 2.0 * vv) + 2.0 * c[3] * uv) + u * tangential);
-  }
-};
-
 }  // namespace
 
-struct TMixedDistortion::TKernel : TMixedKernel {};
+struct TMixedDistortion::TKernel : vx_geometry_detail::TMixedKernel {};
 
 TMixedDistortion::TKernel TMixedDistortion::Kernel() const {
   return TKernel{{centre_.x, centre_.y, focal_, a_, b_, c_, k_, p_, higherOrder_}};

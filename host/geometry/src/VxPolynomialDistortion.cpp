@@ -7,6 +7,7 @@
 #include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
+#include "kernels/VxPolynomialKernel.h"
 
 namespace {
 
@@ -21,61 +22,9 @@ std::array<double, N> Group(const double* values, const char* name) {
   return group;
 }
 
-// The displacement of the polynomial model; the formula stands in the header.
-struct TPolynomialKernel {
-  double cx, cy;
-  std::array<double, 8> k;
-  std::array<double, 4> p;
-
-  void Displace(double px, double py, double& dx, double& dy) const {
-    const double x = px - cx;
-    const double y = py - cy;
-    const double r2 = x * x + y * y;
-    const double radial =
-        k[0] +
-        r2 * (k[1] +
-              r2 * (k[2] + r2 * (k[3] + r2 * (k[4] + r2 * (k[5] + r2 * (k[6] + r2 * k[7]))))));
-    const double ex = r2 + 2.0 * x * x;
-    const double ey = r2 + 2.0 * y * y;
-    const double xy2 = 2.0 * x * y;
-    dx = x * radial + p[0] * ex + p[1] * xy2 + r2 * (p[2] * ex + p[3] * xy2);
-    dy = y * radial + p[1] * ey + p[0] * xy2 + r2 * (p[3] * ey + p[2] * xy2);
-  }
-
-  // The partial derivatives of the displacement.
-  void Jacobian(double px, double py, double& jxx, double& jxy, double& jyx, double& jyy) const {
-    const double x = px - cx;
-    const double y = py - cy;
-    const double r2 = x * x + y * y;
-    const double radial =
-        k[0] +
-        r2 * (k[1] +
-              r2 * (k[2] + r2 * (k[3] + r2 * (k[4] + r2 * (k[5] + r2 * (k[6] + r2 * k[7]))))));
-    // d(radial)/d(r^2); d(r^2)/dx = 2x.
-    const double radial1 =
-        k[1] +
-        r2 * (2.0 * k[2] +
-              r2 * (3.0 * k[3] +
-                    r2 * (4.0 * k[4] + r2 * (5.0 * k[5] + r2 * (6.0 * k[6] + r2 * 7.0 * k[7])))));
-    const double ex = r2 + 2.0 * x * x;
-    const double ey = r2 + 2.0 * y * y;
-    const double xy2 = 2.0 * x * y;
-    const double hx = p[2] * ex + p[3] * xy2;  // the r^2-scaled terms before the scaling
-    const double hy = p[3] * ey + p[2] * xy2;
-    jxx = radial + 2.0 * x * x * radial1 + 6.0 * x * p[0] + 2.0 * y * p[1] + 2.0 * x * hx +
-          r2 * (6.0 * x * p[2] + 2.0 * y * p[3]);
-    jxy = 2.0 * x * y * radial1 + 2.0 * y * p[0] + 2.0 * x * p[1] + 2.0 * y * hx +
-          r2 * (2.0 * y * p[2] + 2.0 * x * p[3]);
-    jyx = 2.0 * x * y * radial1 + 2.0 * x * p[1] + 2.0 * y * p[0] + 2.0 * x * hy +
-          r2 * (2.0 * x * p[3] + 2.0 * y * p[2]);
-    jyy = radial + 2.0 * y * y * radial1 + 6.0 * y * p[1] + 2.0 * x * p[0] + 2.0 * y * hy +
-          r2 * (6.0 * y * p[3] + 2.0 * x * p[2]);
-  }
-};
-
 }  // namespace
 
-struct TPolynomialDistortion::TKernel : TPolynomialKernel {};
+struct TPolynomialDistortion::TKernel : vx_geometry_detail::TPolynomialKernel {};
 
 TPolynomialDistortion::TKernel TPolynomialDistortion::Kernel() const {
   return TKernel{{centre_.x, centre_.y, k_, p_}};

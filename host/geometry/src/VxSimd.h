@@ -9,6 +9,7 @@
 // so every lane gives exactly the bits of the one-point path, whatever instruction set the
 // batch function was compiled for (see VX_BATCH_CLONES).
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -108,6 +109,38 @@ __attribute__((always_inline)) inline double LaneSum(const TVec8& v) {
   const TVec8 b = a + __builtin_shufflevector(a, a, 2, 3, 0, 1, 6, 7, 4, 5);
   const TVec8 c = b + __builtin_shufflevector(b, b, 1, 0, 3, 2, 5, 4, 7, 6);
   return c[0];
+}
+
+// Lane-wise helpers for kernels whose arithmetic is not all vector arithmetic (a square root, a
+// table lookup): each has a double form for the one-point path and a TVec8 form that does the
+// same lane by lane, so every lane gets the double form's bits.
+
+// The square root, correctly rounded in every lane as std::sqrt.
+__attribute__((always_inline)) inline void Sqrt(const double& v, double& root) {
+  root = std::sqrt(v);
+}
+__attribute__((always_inline)) inline void Sqrt(const TVec8& v, TVec8& root) {
+  for (std::size_t k = 0; k < kLanes; ++k) root[k] = std::sqrt(v[k]);
+}
+
+// result = f(v) in every lane.
+template <class F>
+__attribute__((always_inline)) inline void PerLane(const double& v, double& result, const F& f) {
+  result = f(v);
+}
+template <class F>
+__attribute__((always_inline)) inline void PerLane(const TVec8& v, TVec8& result, const F& f) {
+  for (std::size_t k = 0; k < kLanes; ++k) result[k] = f(v[k]);
+}
+
+// Sets `value` to zero in the lanes where `where` is zero.
+__attribute__((always_inline)) inline void ZeroWhereZero(const double& where, double& value) {
+  if (where == 0.0) value = 0.0;
+}
+__attribute__((always_inline)) inline void ZeroWhereZero(const TVec8& where, TVec8& value) {
+  for (std::size_t k = 0; k < kLanes; ++k) {
+    if (where[k] == 0.0) value[k] = 0.0;
+  }
 }
 
 }  // namespace vx_geometry_detail

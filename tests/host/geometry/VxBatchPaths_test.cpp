@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "DistortionCases.h"
@@ -256,6 +258,36 @@ TEST(TransformGrid, EmptyGrid_WritesNothing) {
   grid = PixelGrid(5, 0, 1.0);
   EXPECT_EQ(TransformGrid(TFormulaDistortion(StrongBrown()), grid, &untouched), 0u);
   EXPECT_EQ(untouched, (TPoint{1.0, 2.0}));
+}
+
+// Every model runs the same loops from its kernel: its batch, an affine map in front of it in a
+// composite, and the grid, forward and inverse, each with the bits of the one-point path.
+TEST(EveryModelBatch, PointsCompositeAndGrid_HaveTheBitsOfTheOnePointPath) {
+  const TVxPointGrid grid = PixelGrid(29, 7, 9.5);
+  for (const auto& model : vx_test::AllModelCases()) {
+    for (bool inverse : {false, true}) {
+      const auto transform = model.make(inverse, 1.0);
+      const std::string what = model.name + (inverse ? " inverse" : " forward");
+      ExpectBatchEqualsOnePoint(*transform, what.c_str());
+      ExpectGridEqualsOnePoint(*transform, grid, what.c_str());
+      // A scale and a shift in front (the separable case), then a general affine map.
+      for (const TAffineTransform& first : {TAffineTransform(1.25, 0, -0.003, 0, 0.8, 0.002),
+                                            TAffineTransform(0.9, 0.1, 0.5, -0.2, 1.1, -0.3)}) {
+        TCombinedTransform chain;
+        chain.AddTransform(first);
+        chain.AddTransform(*transform);
+        ExpectBatchEqualsOnePoint(chain, (what + " after an affine map").c_str());
+        ExpectGridEqualsOnePoint(chain, grid, (what + " after an affine map").c_str());
+      }
+      // The composite hands the affine map to the model's own loop.
+      std::size_t nan = 0;
+      const std::array<double, 6> shift{1, 0, 0.5, 0, 1, -0.5};
+      const TPoint in{3.0, 4.0};
+      TPoint out{};
+      EXPECT_TRUE(transform->TransformPointsAfter(&shift, &in, &out, 1, &nan)) << what;
+      EXPECT_TRUE(SameBits(out, transform->TransformPoint({3.5, 3.5}))) << what;
+    }
+  }
 }
 
 }  // namespace

@@ -1,0 +1,175 @@
+#pragma once
+// The displacement of the formula model (the formula stands in VxFormulaDistortion.h). Internal
+// to the library; the tests of the analytic Jacobians include it.
+
+#include "../VxSimd.h"
+#include "VxFormulaDistortion.h"
+
+namespace vx_geometry_detail {
+
+// Which terms a kernel computes: kTerms leaves out terms whose coefficients are all zero (see
+// FormulaTerms). kBrownTerms leaves out k4, k5 and the profile (1 + p3 r^2 + p4 r^4), which
+// leaves the radial, decentering and in-plane terms of most calibrations with a quarter less
+// arithmetic; kRadialDecentering also the in-plane terms (the model of OpenCV and of most
+// close-range calibrations). One-point and batch paths choose alike.
+constexpr int kAllTerms = 0;
+constexpr int kBrownTerms = 1;
+constexpr int kRadialDecentering = 2;
+
+// The shortest kernel for the coefficients that leaves out only zero coefficients.
+inline int FormulaTerms(const TFormulaDistortion::TDistCoeff& c) {
+  if (!(c.k4 == 0.0 && c.k5 == 0.0 && c.p3 == 0.0 && c.p4 == 0.0)) return kAllTerms;
+  if (c.b1 == 0.0 && c.b2 == 0.0 && c.a1 == 0.0 && c.a2 == 0.0) return kRadialDecentering;
+  return kBrownTerms;
+}
+
+// The displacement with the terms kTerms, over any number type (double for one point, TVec8 for
+// eight). The formula separates into terms of x alone (Column), terms of y alone (Row) and their
+// combination (Combine), so that a grid can compute the terms of each column and each row once:
+// Displace is Combine(Column(x), Row(y)), and a grid that combines tabulated terms gets the same
+// operations on the same operands, hence the same bits.
+template <int kTerms>
+struct TFormulaKernel {
+  static constexpr bool kBrown = kTerms != kAllTerms;
+  static constexpr bool kInPlane = kTerms != kRadialDecentering;
+
+  // The terms of x alone: x, x^2, 2 x^2, 2 p2 x, 2 p1 x, b1 x, a1 x (x from the centre).
+  enum : int { kX, kXX, kX2X, kP2X, kP1X, kB1X, kA1X, kColumnTerms };
+  // The terms of y alone: y, y^2, 2 y^2, b2 y, a2 y.
+  enum : int { kY, kYY, kY2Y, kB2Y, kA2Y, kRowTerms };
+
+  explicit TFormulaKernel(const TFormulaDistortion::TDistCoeff& c) : c_(c) {}
+
+  // (Results through references: vectors are never passed by value, whose ABI differs between
+  // the instruction sets.)
+  template <class T>
+  __attribute__((always_inline)) void Column(const T& px, T* column) const {
+    const T x = px - c_.centre.x;
+    column[kX] = x;
+    column[kXX] = x * x;
+    column[kX2X] = 2.0 * x * x;
+    column[kP2X] = 2.0 * c_.p2 * x;
+    column[kP1X] = 2.0 * c_.p1 * x;
+    column[kB1X] = c_.b1 * x;
+    column[kA1X] = c_.a1 * x;
+  }
+
+  template <class T>
+  __attribute__((always_inline)) void Row(const T& py, T* row) const {
+    const T y = py - c_.centre.y;
+    row[kY] = y;
+    row[kYY] = y * y;
+    row[kY2Y] = 2.0 * y * y;
+    row[kB2Y] = c_.b2 * y;
+    row[kA2Y] = c_.a2 * y;
+  }
+
+  // The displacement from the terms of a column and a row; TRow is TColumn's number type or
+  // double (one row for eight columns).
+  template <class TColumn, class TRow>
+  __attribute__((always_inline)) void Combine(const TColumn* column, const TRow* row, TColumn& dx,
+                                              TColumn& dy) const {
+    const TColumn& x = column[kX];
+    const TRow& y = row[kY];
+    const TColumn r2 = column[kXX] + row[kYY];
+    TColumn radial;
+    Radial(r2, radial);
+    // 2 p2 x y and 2 p1 x y as ((2 p2) x) y.
+    const TColumn tx = c_.p1 * (r2 + column[kX2X]) + column[kP2X] * y;
+    const TColumn ty = c_.p2 * (r2 + row[kY2Y]) + column[kP1X] * y;
+    if constexpr (!kInPlane) {
+      dx = x * radial + tx;
+      dy = y * radial + ty;
+    } else if constexpr (kBrown) {
+      dx = x * radial + tx + column[kB1X] + row[kB2Y];
+      dy = y * radial + ty + column[kA1X] + row[kA2Y];
+    } else {
+      const TColumn profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
+      dx = x * radial + profile * tx + column[kB1X] + row[kB2Y];
+      dy = y * radial + profile * ty + column[kA1X] + row[kA2Y];
+    }
+  }
+
+  template <class T>
+  __attribute__((always_inline)) void Displace(const T& px, const T& py, T& dx, T& dy) const {
+    T column[kColumnTerms];
+    T row[kRowTerms];
+    Column(px, column);
+    Row(py, row);
+    Combine(column, row, dx, dy);
+  }
+
+  // The partial derivatives of the displacement.
+  template <class T>
+  __attribute__((always_inline)) void Jacobian(const T& px, const T& py, T& jxx, T& jxy, T& jyx,
+                                               T& jyy) const {
+    const T x = px - c_.centre.x;
+    const T y = py - c_.centre.y;
+    const T r2 = x * x + y * y;
+    T radial;
+    Radial(r2, radial);
+    const T txx = 6.0 * c_.p1 * x + 2.0 * c_.p2 * y;
+    const T txy = 2.0 * c_.p1 * y + 2.0 * c_.p2 * x;
+    const T tyx = 2.0 * c_.p2 * x + 2.0 * c_.p1 * y;
+    const T tyy = 6.0 * c_.p2 * y + 2.0 * c_.p1 * x;
+    if constexpr (kBrown) {
+      // d(radial)/d(r^2); d(r^2)/dx = 2x.
+      const T radial1 = c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3));
+      jxx = radial + 2.0 * x * x * radial1 + txx;
+      jxy = 2.0 * x * y * radial1 + txy;
+      jyx = 2.0 * x * y * radial1 + tyx;
+      jyy = radial + 2.0 * y * y * radial1 + tyy;
+      if constexpr (kInPlane) {
+        jxx += c_.b1;
+        jxy += c_.b2;
+        jyx += c_.a1;
+        jyy += c_.a2;
+      }
+    } else {
+      // d(radial)/d(r^2) and d(profile)/d(r^2); d(r^2)/dx = 2x.
+      const T radial1 =
+          c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3 + r2 * (4.0 * c_.k4 + r2 * 5.0 * c_.k5)));
+      const T profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
+      const T profile1 = c_.p3 + 2.0 * r2 * c_.p4;
+      const T tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
+      const T ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
+      jxx = radial + 2.0 * x * x * radial1 + 2.0 * x * profile1 * tx + profile * txx + c_.b1;
+      jxy = 2.0 * x * y * radial1 + 2.0 * y * profile1 * tx + profile * txy + c_.b2;
+      jyx = 2.0 * x * y * radial1 + 2.0 * x * profile1 * ty + profile * tyx + c_.a1;
+      jyy = radial + 2.0 * y * y * radial1 + 2.0 * y * profile1 * ty + profile * tyy + c_.a2;
+    }
+  }
+
+ private:
+  template <class T>
+  __attribute__((always_inline)) void Radial(const T& r2, T& radial) const {
+    if constexpr (kBrown) {
+      radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * c_.k3));
+    } else {
+      radial = r2 * (c_.k1 + r2 * (c_.k2 + r2 * (c_.k3 + r2 * (c_.k4 + r2 * c_.k5))));
+    }
+  }
+
+  // A copy, so that the compiler knows that writing results cannot change it.
+  TFormulaDistortion::TDistCoeff c_;
+};
+
+// The formula model's kernel: its coefficients, visited as the TFormulaKernel of their terms.
+struct TFormulaDispatch {
+  using TChoosesKernel = void;
+  TFormulaDistortion::TDistCoeff c;
+
+  template <class Visitor>
+  __attribute__((always_inline)) decltype(auto) Visit(const Visitor& visit) const {
+    switch (FormulaTerms(c)) {
+      case kRadialDecentering:
+        return visit(TFormulaKernel<kRadialDecentering>(c));
+      case kBrownTerms:
+        return visit(TFormulaKernel<kBrownTerms>(c));
+      default:
+        return visit(TFormulaKernel<kAllTerms>(c));
+    }
+  }
+};
+
+}  // namespace vx_geometry_detail
