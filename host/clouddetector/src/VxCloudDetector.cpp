@@ -20,6 +20,11 @@ void Deinit_VxCloudDetector() {
   g_stops.fetch_add(1);
 }
 
+bool VxCloudDetector_IsRunning() {
+  return g_starts.load() > g_stops.load();
+}
+
+#if defined(VX_TEST_HOOKS)
 std::uint64_t VxCloudDetector_StartCount() {
   return g_starts.load();
 }
@@ -28,12 +33,9 @@ std::uint64_t VxCloudDetector_StopCount() {
   return g_stops.load();
 }
 
-bool VxCloudDetector_IsRunning() {
-  return g_starts.load() > g_stops.load();
-}
-
 void VxCloudDetector_ResetCounts() {
   g_starts.store(0);
   g_stops.store(0);
 }
+#endif
 }

@@ -177,6 +177,17 @@ __attribute__((always_inline)) inline void MarkNotFinite(const TVec8& x, const T
   marks += (x - x) + (y - y);
 }
 
+// Writes eight results to p[0..8), streaming or not, and marks those that are not finite.
+__attribute__((always_inline)) inline void WritePoints(vec_t_<double, 2>* p, const TVec8& x,
+                                                       const TVec8& y, bool stream, TVec8& marks) {
+  if (stream) {
+    StreamPoints(p, x, y);
+  } else {
+    StorePoints(p, x, y);
+  }
+  MarkNotFinite(x, y, marks);
+}
+
 template <class Chain>
 __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& chain,
                                                                 const vec_t_<double, 2>* in,
@@ -189,12 +200,7 @@ __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& cha
     TVec8 x, y;
     LoadPoints(in + i, x, y);
     chain.Map8(x, y);
-    if (stream) {
-      StreamPoints(out + i, x, y);
-    } else {
-      StorePoints(out + i, x, y);
-    }
-    MarkNotFinite(x, y, marks);
+    WritePoints(out + i, x, y, stream, marks);
   }
   if (stream) EndStreaming();
   std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, i);
@@ -219,12 +225,7 @@ __attribute__((always_inline)) inline void MapGridRow(const Chain& chain, const 
     TVec8 y = yRow - TVec8{};
     chain.Map8(x, y);
     // Points are 16 bytes: every point of an aligned `out` is aligned.
-    if (stream) {
-      StreamPoints(line + i, x, y);
-    } else {
-      StorePoints(line + i, x, y);
-    }
-    MarkNotFinite(x, y, marks);
+    WritePoints(line + i, x, y, stream, marks);
   }
   for (; i < grid.columns; ++i) {
     line[i] = chain.Map1(grid.x0 + static_cast<double>(i) * grid.dx, yRow);
@@ -297,14 +298,7 @@ class TSeparableGrid {
       TVec8 xp, dx, dy;
       std::memcpy(&xp, &xp_[i], sizeof xp);
       kernel_.Combine(column, row, dx, dy);
-      const TVec8 outX = xp + dx;
-      const TVec8 outY = yp + dy;
-      if (stream) {
-        StreamPoints(line + i, outX, outY);
-      } else {
-        StorePoints(line + i, outX, outY);
-      }
-      MarkNotFinite(outX, outY, marks);
+      WritePoints(line + i, xp + dx, yp + dy, stream, marks);
     }
     for (; i < columns; ++i) {
       double column[kColumnTerms];

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxCoefficientGroups.h"
 #include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
@@ -12,16 +13,9 @@
 
 namespace {
 
-template <std::size_t N>
-std::array<double, N> Group(const double* values, const char* name) {
-  if (values == nullptr) {
-    throw std::invalid_argument(std::string("TMixedDistortion: the coefficient group ") + name +
-                                " is null");
-  }
-  std::array<double, N> group{};
-  std::copy(values, values + N, group.begin());
-  return group;
-}
+using vx_geometry_detail::CoefficientGroup;
+
+constexpr char kName[] = "TMixedDistortion";
 
 }  // namespace
 
@@ -38,19 +32,13 @@ TMixedDistortion::TMixedDistortion(const vec_t_<double, 2>& centre, const double
     : TVxDistortionModel(inverse),
       centre_(centre),
       focal_(focal),
-      a_(Group<7>(a, "a")),
-      b_(Group<7>(b, "b")),
-      c_(Group<7>(c, "c")),
-      k_(Group<3>(K, "K")),
-      p_(Group<2>(P, "P")),
+      a_(CoefficientGroup<7>(kName, a, "a")),
+      b_(CoefficientGroup<7>(kName, b, "b")),
+      c_(CoefficientGroup<7>(kName, c, "c")),
+      k_(CoefficientGroup<3>(kName, K, "K")),
+      p_(CoefficientGroup<2>(kName, P, "P")),
       reserved_{reserved1, reserved2, reserved3} {
-  for (std::size_t i = 0; i < reserved_.size(); ++i) {
-    if (reserved_[i] != 0.0) {
-      throw std::invalid_argument("TMixedDistortion: reserved value " + std::to_string(i + 1) +
-                                  " is " + vx_geometry_detail::NumberText(reserved_[i]) +
-                                  ", must be 0");
-    }
-  }
+  vx_geometry_detail::RequireZeroReserved(kName, reserved_);
   const auto nonZero = [](double v) { return v != 0.0; };
   higherOrder_ = std::any_of(a_.begin() + 2, a_.end(), nonZero) ||
                  std::any_of(b_.begin() + 2, b_.end(), nonZero) ||

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "VxCoefficientGroups.h"
 #include "VxDistortionModelImpl.h"
 #include "VxInverseSolver.h"
 #include "VxNumberText.h"
@@ -11,16 +12,9 @@
 
 namespace {
 
-template <std::size_t N>
-std::array<double, N> Group(const double* values, const char* name) {
-  if (values == nullptr) {
-    throw std::invalid_argument(std::string("TPolynomialDistortion: the coefficient group ") +
-                                name + " is null");
-  }
-  std::array<double, N> group{};
-  std::copy(values, values + N, group.begin());
-  return group;
-}
+using vx_geometry_detail::CoefficientGroup;
+
+constexpr char kName[] = "TPolynomialDistortion";
 
 }  // namespace
 
@@ -37,16 +31,10 @@ TPolynomialDistortion::TPolynomialDistortion(const vec_t_<double, 2>& centre, co
     : TVxDistortionModel(inverse),
       centre_(centre),
       focal_(focal),
-      k_(Group<8>(K, "K")),
-      p_(Group<4>(P, "P")),
+      k_(CoefficientGroup<8>(kName, K, "K")),
+      p_(CoefficientGroup<4>(kName, P, "P")),
       reserved_{reserved1, reserved2} {
-  for (std::size_t i = 0; i < reserved_.size(); ++i) {
-    if (reserved_[i] != 0.0) {
-      throw std::invalid_argument("TPolynomialDistortion: reserved value " + std::to_string(i + 1) +
-                                  " is " + vx_geometry_detail::NumberText(reserved_[i]) +
-                                  ", must be 0");
-    }
-  }
+  vx_geometry_detail::RequireZeroReserved(kName, reserved_);
 }
 
 const char* TPolynomialDistortion::Name() const {

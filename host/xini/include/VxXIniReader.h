@@ -120,7 +120,8 @@ class VXXINI_EXPORT TVxXIniReader {
   // The slash-separated key path of the current section ("" in the root section).
   std::string CurrentPath() const;
 
-  // --- Failure injection (tests of loaders) ---
+#if defined(VX_TEST_HOOKS)
+  // --- Failure injection (tests of loaders; only in builds with the tests) ---
   //
   // Every operation above from FindF to LeaveSectionE counts as one operation (ReadS as two: its
   // FindF and its Read). After FailAtOperation(n), the operation that is the n-th since the reader
@@ -131,6 +132,7 @@ class VXXINI_EXPORT TVxXIniReader {
   void FailAtOperation(std::uint64_t n);
   // The number of operations counted so far.
   std::uint64_t OperationCount() const;
+#endif
 
  private:
   struct VXXINI_NO_EXPORT Impl;

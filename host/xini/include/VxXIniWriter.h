@@ -72,7 +72,8 @@ class VXXINI_EXPORT TVxXIniWriter {
   // was, and TVxXIniWriteError names the path and the reason.
   void SaveFile(const std::string& path) const;
 
-  // --- Failure injection (tests of savers) ---
+#if defined(VX_TEST_HOOKS)
+  // --- Failure injection (tests of savers; only in builds with the tests) ---
   //
   // Every BeginSectionSE, BeginSectionCompactSE, WriteS, WriteLongStringSE and EndSectionE counts
   // as one operation. After FailAtOperation(n), the operation that is the n-th since the writer
@@ -83,6 +84,7 @@ class VXXINI_EXPORT TVxXIniWriter {
   void FailAtOperation(std::uint64_t n);
   // The number of operations counted so far.
   std::uint64_t OperationCount() const;
+#endif
 
  private:
   struct VXXINI_NO_EXPORT Impl;

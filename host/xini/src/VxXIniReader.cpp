@@ -686,6 +686,7 @@ std::string TVxXIniReader::CurrentPath() const {
   return impl_->Path();
 }
 
+#if defined(VX_TEST_HOOKS)
 void TVxXIniReader::FailAtOperation(std::uint64_t n) {
   impl_->failAt = n;
 }
@@ -693,3 +694,4 @@ void TVxXIniReader::FailAtOperation(std::uint64_t n) {
 std::uint64_t TVxXIniReader::OperationCount() const {
   return impl_->operations;
 }
+#endif

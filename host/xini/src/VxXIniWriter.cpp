@@ -277,6 +277,7 @@ void TVxXIniWriter::SaveFile(const std::string& path) const {
   }
 }
 
+#if defined(VX_TEST_HOOKS)
 void TVxXIniWriter::FailAtOperation(std::uint64_t n) {
   impl_->failAt = n;
 }
@@ -284,3 +285,4 @@ void TVxXIniWriter::FailAtOperation(std::uint64_t n) {
 std::uint64_t TVxXIniWriter::OperationCount() const {
   return impl_->operations;
 }
+#endif
