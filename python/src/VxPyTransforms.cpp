@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "VxDistortionModels.h"
 #include "VxPyChunks.h"
 #include "VxPyPoints.h"
+#include "VxTransformGrid.h"
 
 namespace vxpy {
 
@@ -38,6 +40,35 @@ std::pair<py::array_t<double>, std::size_t> Apply(const TPyTransform& t, const p
     nanCount = TransformInChunks(*t.handle, in.data, result.data, in.n, threads);
   }
   return {std::move(result.array), nanCount};
+}
+
+// The points (x0 + i dx, y0 + j dy) of a grid of `columns` x `rows`, mapped into a new
+// (rows, columns, 2) array: (result, number of NaN results). The points are generated inside the
+// library's loop, with no array of inputs.
+std::pair<py::array_t<double>, std::size_t> Grid(const TPyTransform& t, std::size_t columns,
+                                                 std::size_t rows, double x0, double y0, double dx,
+                                                 double dy) {
+  constexpr std::size_t largest = std::numeric_limits<py::ssize_t>::max() / (2 * sizeof(double));
+  if (columns != 0 && rows > largest / columns) {
+    throw py::value_error("a grid of " + std::to_string(columns) + " x " + std::to_string(rows) +
+                          " points is larger than an array can be");
+  }
+  py::array_t<double> result({rows, columns, std::size_t{2}});
+  TVxPointGrid grid;
+  grid.x0 = x0;
+  grid.y0 = y0;
+  grid.dx = dx;
+  grid.dy = dy;
+  grid.columns = columns;
+  grid.rows = rows;
+  // vec_t_ is two packed doubles: the array's memory holds the points as the library writes them.
+  auto* out = reinterpret_cast<vec_t_<double, 2>*>(result.mutable_data());
+  std::size_t nanCount = 0;
+  {
+    const py::gil_scoped_release release;
+    nanCount = TransformGrid(*t.handle, grid, out);
+  }
+  return {std::move(result), nanCount};
 }
 
 TPyTransform Chain(const std::vector<const TPyTransform*>& members) {
@@ -112,6 +143,12 @@ void BindTransforms(py::module_& m) {
           "itself for in place), receives the result; by default a new array does. The GIL "
           "is released meanwhile. threads > 1 (0: every core) cuts a large array into chunks "
           "mapped at once; the result is the same bit for bit.")
+      .def("grid", &Grid, py::arg("columns"), py::arg("rows"), py::arg("x0") = 0.0,
+           py::arg("y0") = 0.0, py::arg("dx") = 1.0, py::arg("dy") = 1.0,
+           "Maps every point (x0 + i dx, y0 + j dy) of a grid of columns x rows, such as the pixel "
+           "centres of a frame, without an array of inputs: (array of shape (rows, columns, 2), "
+           "number of points that came out NaN). Each point has the bits of point(). The GIL is "
+           "released meanwhile.")
       .def(
           "__call__",
           [](const TPyTransform& t, const py::handle& points, const py::handle& out, int threads) {

@@ -309,6 +309,15 @@ class Transform:
     def __call__(
         self, points: _Points, out: Optional[_Float64Array] = None, threads: int = 1
     ) -> _Float64Array: ...
+    def grid(
+        self,
+        columns: int,
+        rows: int,
+        x0: float = 0.0,
+        y0: float = 0.0,
+        dx: float = 1.0,
+        dy: float = 1.0,
+    ) -> tuple[_Float64Array, int]: ...
 
 # --- Interior orientation ---
 

@@ -237,3 +237,33 @@ def test_a_large_array_on_several_threads_equals_one_thread_bit_for_bit(rc10, th
 def test_a_negative_thread_count_is_refused(rc10):
     with pytest.raises(ValueError, match="threads"):
         vxcameras.Transform.cam_to_mm(rc10)(np.zeros((3, 2)), threads=-1)
+
+
+@pytest.mark.parametrize("direction", ["cam_to_mm", "mm_to_cam"])
+def test_a_grid_equals_its_points_mapped_one_by_one(rc10, direction):
+    transform = getattr(vxcameras.Transform, direction)(rc10)
+    columns, rows, x0, y0, dx, dy = 37, 5, -92.5, 40.0, 5.0, -20.0
+    result, nan_count = transform.grid(columns, rows, x0, y0, dx, dy)
+    assert result.shape == (rows, columns, 2) and result.dtype == np.float64
+    assert nan_count == 0
+    for j in range(rows):
+        for i in range(columns):
+            # The grid's point is x0 + i dx, computed in double as the library does.
+            expected = transform.point((x0 + i * dx, y0 + j * dy))
+            assert tuple(result[j, i]) == expected
+
+
+def test_a_grid_counts_its_nan_points_and_an_empty_grid_is_empty(rc10):
+    transform = vxcameras.Transform.cam_to_mm(rc10)
+    result, nan_count = transform.grid(3, 2, x0=np.nan)
+    assert nan_count == 6 and np.isnan(result).all()
+    empty, none = transform.grid(0, 4)
+    assert empty.shape == (4, 0, 2) and none == 0
+
+
+def test_a_grid_too_large_for_an_array_is_refused_by_name(rc10):
+    transform = vxcameras.Transform.cam_to_mm(rc10)
+    with pytest.raises(ValueError, match="larger than an array can be"):
+        transform.grid(2**40, 2**40)
+    with pytest.raises(TypeError):
+        transform.grid(-1, 3)

@@ -23,9 +23,9 @@ struct TVxPointGrid {
 // Maps every point of `grid` through `transform` into out[j * columns + i] (row j, column i);
 // `out` holds columns * rows points. Each result equals transform.TransformPoint of the grid
 // point exactly. Returns the number of NaN results (points that could not be mapped).
-// A transform with a fused loop (TVx2DTransform::TransformGridAfter: the formula model, and a
-// composite of an affine map followed by such a model, as a camera's camera-to-millimetre
-// transform is) generates the points in registers; any other transform maps the grid in blocks
-// through TransformPoints.
+// A transform with a fused loop (TVx2DTransform::TransformGridAfter: every distortion model, and
+// a composite of an affine map followed by one, as a camera's camera-to-millimetre transform is)
+// generates the points in registers; any other transform maps the grid in blocks through
+// TransformPoints.
 VXGEOMETRY_EXPORT std::size_t TransformGrid(const TVx2DTransform& transform,
                                             const TVxPointGrid& grid, vec_t_<double, 2>* out);
