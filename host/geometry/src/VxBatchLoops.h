@@ -292,9 +292,7 @@ class TSeparableGrid {
     std::size_t i = 0;
     for (; i + kLanes <= columns; i += kLanes) {
       TVec8 column[kColumnTerms];
-      for (std::size_t t = 0; t < kColumnTerms; ++t) {
-        std::memcpy(&column[t], &terms_[t * columns + i], sizeof(TVec8));
-      }
+      LoadColumnTerms(i, column, std::make_index_sequence<kColumnTerms>());
       TVec8 xp, dx, dy;
       std::memcpy(&xp, &xp_[i], sizeof xp);
       kernel_.Combine(column, row, dx, dy);
@@ -312,6 +310,16 @@ class TSeparableGrid {
   }
 
  private:
+  // Term t of the columns i..i+7 into column[t], for every t at once: with the terms named by
+  // constants, the compiler leaves out the loads of terms that the kernel does not combine.
+  template <std::size_t... t>
+  __attribute__((always_inline)) void LoadColumnTerms(std::size_t i, TVec8* column,
+                                                      std::index_sequence<t...>) const {
+    const double* terms = terms_.data();
+    const std::size_t columns = grid_.columns;
+    (std::memcpy(&column[t], terms + t * columns + i, sizeof(TVec8)), ...);
+  }
+
   // The column terms for x' = (a0 x + zero) + a2, or x' = x without an affine map; term t of
   // column i at terms_[t * columns + i].
   void Build(double zero, int sign) {

@@ -18,11 +18,13 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "DistortionCases.h"
 #include "kernels/VxDirectedKernel.h"
 #include "kernels/VxFormulaKernel.h"
+#include "kernels/VxMixedKernel.h"
 #include "kernels/VxPolynomialKernel.h"
 #include "kernels/VxRadialKernel.h"
 
@@ -129,6 +131,35 @@ TEST(KernelJacobian, PolynomialKernel_MatchesDifferencesWithEveryTerm) {
   EXPECT_GT(
       ExpectJacobianMatchesDifferences(kernel, {-0.2, 0.1}, vx_test::kDmcFormat, "polynomial"),
       1e-3);
+}
+
+// Every group of the mixed model: the higher-order terms (a3..a7, b3..b7, c2..c7) and without them.
+TEST(KernelJacobian, MixedKernel_MatchesDifferencesWithAndWithoutTheHigherOrderTerms) {
+  const auto block = vx_test::StrongMixed();
+  const auto array = [](const double* v, auto size) {
+    std::array<double, decltype(size)::value> a{};
+    std::copy(v, v + a.size(), a.begin());
+    return a;
+  };
+  using Seven = std::integral_constant<std::size_t, 7>;
+  vx_geometry_detail::TMixedKernel kernel{0.01,
+                                          -0.02,
+                                          vx_test::kDmcFocal,
+                                          array(block.a, Seven{}),
+                                          array(block.b, Seven{}),
+                                          array(block.c, Seven{}),
+                                          array(block.K, std::integral_constant<std::size_t, 3>{}),
+                                          array(block.P, std::integral_constant<std::size_t, 2>{}),
+                                          true};
+  EXPECT_GT(ExpectJacobianMatchesDifferences(kernel, {0.01, -0.02}, vx_test::kDmcFormat,
+                                             "mixed, every term"),
+            1e-3);
+  for (std::size_t i = 2; i < 7; ++i) kernel.a[i] = kernel.b[i] = 0.0;
+  for (std::size_t i = 1; i < 7; ++i) kernel.c[i] = 0.0;
+  kernel.higherOrder = false;
+  EXPECT_GT(ExpectJacobianMatchesDifferences(kernel, {0.01, -0.02}, vx_test::kDmcFormat,
+                                             "mixed, low order"),
+            1e-3);
 }
 
 TEST(KernelJacobian, RadialTableKernel_MatchesDifferencesAndAtTheCentre) {

@@ -45,6 +45,54 @@ struct TMixedKernel {
     dy += f * (b[2] * uu + b[3] * uv + b[4] * vv + b[5] * uu * v + b[6] * u * vv + v * radialHigh +
                rho2 * (c[4] * (rho2 + 2.0 * vv) + 2.0 * c[3] * uv) + u * tangential);
   }
+
+  // The partial derivatives of the displacement. The low-order part is the formula model's; the
+  // higher-order part is f G(u, v) with u = x / f, v = y / f, so its derivatives in x and y are
+  // those of G in u and v. With R(rho^2) = rho^8 (c2 + c3 rho^2) and T(rho^2) = rho^2 (c6 + c7
+  // rho^2) (the radial and the tangential profile), d(rho^2)/du = 2u.
+  template <class T>
+  __attribute__((always_inline)) void Jacobian(const T& px, const T& py, T& jxx, T& jxy, T& jyx,
+                                               T& jyy) const {
+    const T x = px - cx;
+    const T y = py - cy;
+    const T r2 = x * x + y * y;
+    const T radial = r2 * (k[0] + r2 * (k[1] + r2 * k[2]));
+    // d(radial)/d(r^2); d(r^2)/dx = 2x.
+    const T radial1 = k[0] + r2 * (2.0 * k[1] + r2 * (3.0 * k[2]));
+    jxx = radial + 2.0 * x * x * radial1 + 6.0 * p[0] * x + 2.0 * p[1] * y + a[0] + c[0];
+    jxy = 2.0 * x * y * radial1 + 2.0 * p[0] * y + 2.0 * p[1] * x + a[1];
+    jyx = 2.0 * x * y * radial1 + 2.0 * p[1] * x + 2.0 * p[0] * y + b[0];
+    jyy = radial + 2.0 * y * y * radial1 + 6.0 * p[1] * y + 2.0 * p[0] * x + b[1] + c[0];
+    if (!higherOrder) return;
+    const T u = x / f;
+    const T v = y / f;
+    const T uu = u * u;
+    const T uv = u * v;
+    const T vv = v * v;
+    const T rho2 = uu + vv;
+    const T rho4 = rho2 * rho2;
+    const T rho6 = rho4 * rho2;
+    const T rho8 = rho4 * rho4;
+    const T radialHigh = rho8 * (c[1] + c[2] * rho2);
+    const T radialHigh1 = rho6 * (4.0 * c[1] + 5.0 * c[2] * rho2);
+    const T tangential = rho2 * (c[5] + c[6] * rho2);
+    const T tangential1 = c[5] + 2.0 * c[6] * rho2;
+    // The decentering terms rho^2 sx and rho^2 sy.
+    const T sx = c[3] * (rho2 + 2.0 * uu) + 2.0 * c[4] * uv;
+    const T sy = c[4] * (rho2 + 2.0 * vv) + 2.0 * c[3] * uv;
+    jxx += 2.0 * a[2] * u + a[3] * v + 2.0 * a[5] * uv + a[6] * vv + radialHigh +
+           2.0 * uu * radialHigh1 + 2.0 * u * sx + rho2 * (6.0 * c[3] * u + 2.0 * c[4] * v) -
+           2.0 * uv * tangential1;
+    jxy += a[3] * u + 2.0 * a[4] * v + a[5] * uu + 2.0 * a[6] * uv + 2.0 * uv * radialHigh1 +
+           2.0 * v * sx + rho2 * (2.0 * c[3] * v + 2.0 * c[4] * u) - tangential -
+           2.0 * vv * tangential1;
+    jyx += 2.0 * b[2] * u + b[3] * v + 2.0 * b[5] * uv + b[6] * vv + 2.0 * uv * radialHigh1 +
+           2.0 * u * sy + rho2 * (2.0 * c[4] * u + 2.0 * c[3] * v) + tangential +
+           2.0 * uu * tangential1;
+    jyy += b[3] * u + 2.0 * b[4] * v + b[5] * uu + 2.0 * b[6] * uv + radialHigh +
+           2.0 * vv * radialHigh1 + 2.0 * v * sy + rho2 * (6.0 * c[4] * v + 2.0 * c[3] * u) +
+           2.0 * uv * tangential1;
+  }
 };
 
 }  // namespace vx_geometry_detail
