@@ -11,6 +11,13 @@
 namespace vx_geometry_detail {
 
 struct TMixedKernel {
+  // The terms of the higher-order part: u = x / f, v = y / f, their products, rho^2 = u^2 + v^2
+  // and its powers, and the radial and tangential profiles.
+  template <class T>
+  struct THigherOrder {
+    T u, v, uu, uv, vv, rho2, rho4, rho8, radialHigh, tangential;
+  };
+
   double cx, cy, f;
   std::array<double, 7> a, b, c;
   std::array<double, 3> k;
@@ -30,16 +37,10 @@ struct TMixedKernel {
     dx += c[0] * x;
     dy += c[0] * y;
     if (!higherOrder) return;
-    const T u = x / f;
-    const T v = y / f;
-    const T uu = u * u;
-    const T uv = u * v;
-    const T vv = v * v;
-    const T rho2 = uu + vv;
-    const T rho4 = rho2 * rho2;
-    const T rho8 = rho4 * rho4;
-    const T radialHigh = rho8 * (c[1] + c[2] * rho2);
-    const T tangential = rho2 * (c[5] + c[6] * rho2);
+    THigherOrder<T> h;
+    HigherOrder(x, y, h);
+    const T &u = h.u, &v = h.v, &uu = h.uu, &uv = h.uv, &vv = h.vv, &rho2 = h.rho2;
+    const T &radialHigh = h.radialHigh, &tangential = h.tangential;
     dx += f * (a[2] * uu + a[3] * uv + a[4] * vv + a[5] * uu * v + a[6] * u * vv + u * radialHigh +
                rho2 * (c[3] * (rho2 + 2.0 * uu) + 2.0 * c[4] * uv) - v * tangential);
     dy += f * (b[2] * uu + b[3] * uv + b[4] * vv + b[5] * uu * v + b[6] * u * vv + v * radialHigh +
@@ -64,18 +65,11 @@ struct TMixedKernel {
     jyx = 2.0 * x * y * radial1 + 2.0 * p[1] * x + 2.0 * p[0] * y + b[0];
     jyy = radial + 2.0 * y * y * radial1 + 6.0 * p[1] * y + 2.0 * p[0] * x + b[1] + c[0];
     if (!higherOrder) return;
-    const T u = x / f;
-    const T v = y / f;
-    const T uu = u * u;
-    const T uv = u * v;
-    const T vv = v * v;
-    const T rho2 = uu + vv;
-    const T rho4 = rho2 * rho2;
-    const T rho6 = rho4 * rho2;
-    const T rho8 = rho4 * rho4;
-    const T radialHigh = rho8 * (c[1] + c[2] * rho2);
-    const T radialHigh1 = rho6 * (4.0 * c[1] + 5.0 * c[2] * rho2);
-    const T tangential = rho2 * (c[5] + c[6] * rho2);
+    THigherOrder<T> h;
+    HigherOrder(x, y, h);
+    const T &u = h.u, &v = h.v, &uu = h.uu, &uv = h.uv, &vv = h.vv, &rho2 = h.rho2;
+    const T &radialHigh = h.radialHigh, &tangential = h.tangential;
+    const T radialHigh1 = h.rho4 * rho2 * (4.0 * c[1] + 5.0 * c[2] * rho2);
     const T tangential1 = c[5] + 2.0 * c[6] * rho2;
     // The decentering terms rho^2 sx and rho^2 sy.
     const T sx = c[3] * (rho2 + 2.0 * uu) + 2.0 * c[4] * uv;
@@ -92,6 +86,22 @@ struct TMixedKernel {
     jyy += b[3] * u + 2.0 * b[4] * v + b[5] * uu + 2.0 * b[6] * uv + radialHigh +
            2.0 * vv * radialHigh1 + 2.0 * v * sy + rho2 * (6.0 * c[4] * v + 2.0 * c[3] * u) +
            2.0 * uv * tangential1;
+  }
+
+ private:
+  template <class T>
+  __attribute__((always_inline)) void HigherOrder(const T& x, const T& y,
+                                                  THigherOrder<T>& h) const {
+    h.u = x / f;
+    h.v = y / f;
+    h.uu = h.u * h.u;
+    h.uv = h.u * h.v;
+    h.vv = h.v * h.v;
+    h.rho2 = h.uu + h.vv;
+    h.rho4 = h.rho2 * h.rho2;
+    h.rho8 = h.rho4 * h.rho4;
+    h.radialHigh = h.rho8 * (c[1] + c[2] * h.rho2);
+    h.tangential = h.rho2 * (c[5] + c[6] * h.rho2);
   }
 };
 
