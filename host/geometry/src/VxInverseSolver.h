@@ -102,73 +102,81 @@ inline vec_t_<double, 2> ForwardPoint(const Kernel& kernel, const vec_t_<double,
   return {p.x + dx, p.y + dy};
 }
 
-// Which points of a step have converged: all of them, none, or some (then `done` has a bit per
-// lane). One point is all or none.
-enum class TConverged { kAll, kNone, kSome };
+// Which points of a step have converged: all of them, or not (then `done` marks the converged
+// lanes). One point is all or none.
+enum class TConverged { kAll, kNotAll };
 
-inline TConverged Converged(double f2, unsigned& done) {
-  done = 0;
-  return f2 <= kNewtonTolerance * kNewtonTolerance ? TConverged::kAll : TConverged::kNone;
+inline TConverged Converged(double f2, bool& done) {
+  done = f2 <= kNewtonTolerance * kNewtonTolerance;
+  return done ? TConverged::kAll : TConverged::kNotAll;
 }
 
 // Keeps the converged points where they are: q = next except in the lanes of `done`.
-inline void KeepConverged(double& q, const double& next, unsigned /*done*/) {
+inline void KeepConverged(double& q, const double& next, bool /*done*/) {
   q = next;
 }
 
-// The same for eight lanes. Their sum within the tolerance shows that all converged (f2 >= 0);
-// otherwise the lanes are compared one by one.
-inline TConverged Converged(const TVec8& f2, unsigned& done) {
-  done = 0;
+// The same for eight lanes, without a branch per lane: a vector compare gives the mask of the
+// converged lanes and a blend keeps them. Their sum within the tolerance shows that all converged
+// (f2 >= 0 in every lane; NaN in any lane makes the sum NaN).
+__attribute__((always_inline)) inline TConverged Converged(const TVec8& f2, TMask8& done) {
   constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
-  if (LaneSum(f2) <= tolerance2) return TConverged::kAll;
-  double lanes[kLanes];
-  StoreLanes(lanes, f2);
-  for (std::size_t k = 0; k < kLanes; ++k) {
-    if (lanes[k] <= tolerance2) done |= 1u << k;
-  }
-  if (done == (1u << kLanes) - 1) return TConverged::kAll;
-  return done == 0 ? TConverged::kNone : TConverged::kSome;
+  done = f2 <= TVec8{} + tolerance2;
+  return LaneSum(f2) <= tolerance2 ? TConverged::kAll : TConverged::kNotAll;
 }
 
-inline void KeepConverged(TVec8& q, const TVec8& next, unsigned done) {
-  double lanes[kLanes];
-  double nextLanes[kLanes];
-  StoreLanes(lanes, q);
-  StoreLanes(nextLanes, next);
-  for (std::size_t k = 0; k < kLanes; ++k) {
-    if ((done & (1u << k)) == 0) lanes[k] = nextLanes[k];
-  }
-  std::memcpy(&q, lanes, sizeof q);
+__attribute__((always_inline)) inline void KeepConverged(TVec8& q, const TVec8& next,
+                                                         const TMask8& done) {
+  q = done ? q : next;
 }
 
-// The first stage of the inverse, for one point (T = double) or eight (T = TVec8): from q = p -
-// d(p), kFixedPointSteps - 1 more fixed-point steps q = p - d(q), then Newton steps until |q + d(q)
-// - p| <= kNewtonTolerance, at most kFixedNewtonSteps. A point stops at its own first converged
-// step, in the batch as alone: the batch steps on while any of its points has not converged and
-// leaves the converged ones in place. Gives q and the squared residual f2 = |q + d(q) - p|^2 at q,
-// NaN where a step divided by a zero determinant or the input was not finite.
+template <class Kernel, class T, class = void>
+struct THasInverseStart : std::false_type {};
+template <class Kernel, class T>
+struct THasInverseStart<Kernel, T,
+                        std::void_t<decltype(std::declval<const Kernel&>().InverseStart(
+                            std::declval<const T&>(), std::declval<const T&>(), std::declval<T&>(),
+                            std::declval<T&>()))>> : std::true_type {};
+
+// Where the inverse of p starts: the kernel's own start (an inversion of its radial polynomial,
+// say) where it has one, else kFixedPointSteps fixed-point steps q = p - d(q) from q = p.
+template <class Kernel, class T>
+__attribute__((always_inline)) inline void InverseStart(const Kernel& kernel, const T& px,
+                                                        const T& py, T& qx, T& qy) {
+  if constexpr (THasInverseStart<Kernel, T>::value) {
+    kernel.InverseStart(px, py, qx, qy);
+  } else {
+    T dx{}, dy{};
+    kernel.Displace(px, py, dx, dy);
+    qx = px - dx;
+    qy = py - dy;
+    for (int step = 1; step < kFixedPointSteps; ++step) {
+      kernel.Displace(qx, qy, dx, dy);
+      qx = px - dx;
+      qy = py - dy;
+    }
+  }
+}
+
+// The first stage of the inverse, for one point (T = double) or eight (T = TVec8): from the
+// start (InverseStart), Newton steps until |q + d(q) - p| <= kNewtonTolerance, at most
+// kFixedNewtonSteps. A point stops at its own first converged step, in the batch as alone: the
+// batch steps on while any of its points has not converged and leaves the converged ones in place.
+// Gives q and the squared residual f2 = |q + d(q) - p|^2 at q, NaN where a step divided by a zero
+// determinant or the input was not finite.
 template <class Kernel, class T>
 __attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, const T& px,
                                                        const T& py, T& qx, T& qy, T& f2) {
-  T dx{}, dy{};
-  kernel.Displace(px, py, dx, dy);
-  qx = px - dx;
-  qy = py - dy;
-  for (int step = 1; step < kFixedPointSteps; ++step) {
-    kernel.Displace(qx, qy, dx, dy);
-    qx = px - dx;
-    qy = py - dy;
-  }
+  InverseStart(kernel, px, py, qx, qy);
   for (int step = 0;; ++step) {
+    T dx{}, dy{};
     kernel.Displace(qx, qy, dx, dy);
     const T fx = qx + dx - px;
     const T fy = qy + dy - py;
     f2 = fx * fx + fy * fy;
     if (step == kFixedNewtonSteps) return;
-    unsigned done = 0;
-    const TConverged converged = Converged(f2, done);
-    if (converged == TConverged::kAll) return;
+    TMaskOf<T> done{};
+    if (Converged(f2, done) == TConverged::kAll) return;
     T jxx{}, jxy{}, jyx{}, jyy{};
     DisplacementJacobian(kernel, qx, qy, jxx, jxy, jyx, jyy);
     const T j00 = 1.0 + jxx;
@@ -177,13 +185,8 @@ __attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, con
     const T inverseDet = 1.0 / (j00 * j11 - jxy * jyx);
     const T nx = qx - (j11 * fx - jxy * fy) * inverseDet;
     const T ny = qy - (j00 * fy - jyx * fx) * inverseDet;
-    if (converged == TConverged::kNone) {
-      qx = nx;
-      qy = ny;
-    } else {
-      KeepConverged(qx, nx, done);
-      KeepConverged(qy, ny, done);
-    }
+    KeepConverged(qx, nx, done);
+    KeepConverged(qy, ny, done);
   }
 }
 

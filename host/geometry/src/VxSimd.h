@@ -27,6 +27,19 @@ namespace vx_geometry_detail {
 constexpr std::size_t kLanes = 8;
 
 typedef double TVec8 __attribute__((vector_size(64)));
+// The result of comparing two TVec8: all bits set in the lanes where the comparison holds.
+typedef decltype(TVec8{} < TVec8{}) TMask8;
+// A lane mask of the number type: bool for one point, TMask8 for eight.
+template <class T>
+struct TMaskOfType {
+  typedef bool type;
+};
+template <>
+struct TMaskOfType<TVec8> {
+  typedef TMask8 type;
+};
+template <class T>
+using TMaskOf = typename TMaskOfType<T>::type;
 
 static_assert(sizeof(vec_t_<double, 2>) == 2 * sizeof(double), "points are two packed doubles");
 

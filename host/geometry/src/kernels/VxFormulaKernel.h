@@ -74,19 +74,14 @@ struct TFormulaKernel {
     const TColumn r2 = column[kXX] + row[kYY];
     TColumn radial;
     Radial(r2, radial);
-    // 2 p2 x y and 2 p1 x y as ((2 p2) x) y.
-    const TColumn tx = c_.p1 * (r2 + column[kX2X]) + column[kP2X] * y;
-    const TColumn ty = c_.p2 * (r2 + row[kY2Y]) + column[kP1X] * y;
-    if constexpr (!kInPlane) {
-      dx = x * radial + tx;
-      dy = y * radial + ty;
-    } else if constexpr (kBrown) {
+    TColumn tx, ty;
+    Decentering(column, row, r2, tx, ty);
+    if constexpr (kInPlane) {
       dx = x * radial + tx + column[kB1X] + row[kB2Y];
       dy = y * radial + ty + column[kA1X] + row[kA2Y];
     } else {
-      const TColumn profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
-      dx = x * radial + profile * tx + column[kB1X] + row[kB2Y];
-      dy = y * radial + profile * ty + column[kA1X] + row[kA2Y];
+      dx = x * radial + tx;
+      dy = y * radial + ty;
     }
   }
 
@@ -97,6 +92,42 @@ struct TFormulaKernel {
     Column(px, column);
     Row(py, row);
     Combine(column, row, dx, dy);
+  }
+
+  // Where the inverse of p starts: the radial polynomial s = r (1 + k1 r^2 + ... + k5 r^10)
+  // inverted as a series (by Lagrange inversion, five terms),
+  //   r = s (1 + b1 s^2 + b2 s^4 + b3 s^6 + b4 s^8 + b5 s^10), s = |p - c|,
+  // then the other terms (decentering with its profile, in-plane) taken off as they are at p.
+  // The start is off by the series' next term, of the order of k2^3 s^13 (3e-6 mm at the corner
+  // of a lens with 0.6 % of distortion there), and by how much the other terms change over the
+  // radial displacement; Newton takes it from there, one step for such a lens.
+  template <class T>
+  __attribute__((always_inline)) void InverseStart(const T& px, const T& py, T& qx,
+                                                   T& qy) const {
+    const double a = c_.k1, b = c_.k2, c = c_.k3, d = c_.k4, e = c_.k5;
+    const double a2 = a * a;
+    const double b1 = -a;
+    const double b2 = 3.0 * a2 - b;
+    const double b3 = -12.0 * a2 * a + 8.0 * a * b - c;
+    const double b4 = 55.0 * a2 * a2 - 55.0 * a2 * b + 10.0 * a * c + 5.0 * b * b - d;
+    const double b5 = -273.0 * a2 * a2 * a + 364.0 * a2 * a * b - 78.0 * a2 * c -
+                      78.0 * a * b * b + 12.0 * a * d + 12.0 * b * c - e;
+    T column[kColumnTerms];
+    T row[kRowTerms];
+    Column(px, column);
+    Row(py, row);
+    const T& x = column[kX];
+    const T& y = row[kY];
+    const T s2 = column[kXX] + row[kYY];
+    const T scale = 1.0 + s2 * (b1 + s2 * (b2 + s2 * (b3 + s2 * (b4 + s2 * b5))));
+    T nx, ny;
+    Decentering(column, row, s2, nx, ny);
+    if constexpr (kInPlane) {
+      nx = nx + column[kB1X] + row[kB2Y];
+      ny = ny + column[kA1X] + row[kA2Y];
+    }
+    qx = c_.centre.x + (x * scale - nx);
+    qy = c_.centre.y + (y * scale - ny);
   }
 
   // The partial derivatives of the displacement.
@@ -141,6 +172,23 @@ struct TFormulaKernel {
   }
 
  private:
+  // The decentering displacement (with its profile when kTerms has one) from the column and row
+  // terms and r^2.
+  template <class TColumn, class TRow>
+  __attribute__((always_inline)) void Decentering(const TColumn* column, const TRow* row,
+                                                  const TColumn& r2, TColumn& tx,
+                                                  TColumn& ty) const {
+    const TRow& y = row[kY];
+    // 2 p2 x y and 2 p1 x y as ((2 p2) x) y.
+    tx = c_.p1 * (r2 + column[kX2X]) + column[kP2X] * y;
+    ty = c_.p2 * (r2 + row[kY2Y]) + column[kP1X] * y;
+    if constexpr (!kBrown) {
+      const TColumn profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
+      tx = profile * tx;
+      ty = profile * ty;
+    }
+  }
+
   template <class T>
   __attribute__((always_inline)) void Radial(const T& r2, T& radial) const {
     if constexpr (kBrown) {
