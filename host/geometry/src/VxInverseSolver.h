@@ -12,8 +12,8 @@
 // number type (double, or the eight-lane TVec8 of VxSimd.h) runs the batch loops eight points at a
 // time.
 //
-// The inverse runs in two stages. First a fixed number of fixed-point steps and at most
-// kFixedNewtonSteps plain Newton steps, each point stopping at its first step within
+// The inverse runs in two stages. First a start (the kernel's own, or a fixed number of
+// fixed-point steps) and at most kFixedNewtonSteps plain Newton steps, each point stopping at its first step within
 // kNewtonTolerance (the same arithmetic for one point and for eight lanes). The few points that
 // do not get there (strong distortion far out, no preimage, NaN input) are solved again from the
 // start by damped Newton, which decides between a result and NaN.
@@ -47,11 +47,12 @@ constexpr int kMaxHalvings = 30;
 constexpr double kJacobianStep = 1e-3;
 // A Jacobian determinant below this means the model folds the plane here: no inverse.
 constexpr double kMinJacobianDet = 1e-9;
-// The first stage starts with fixed-point steps q = p - d(q) from q = p, which cost one
-// evaluation of the displacement each and shrink the error by the factor |d'|; then plain Newton
-// steps, which square its relative size. On a DMC frame, with two fixed-point steps, one Newton
-// step reaches kNewtonTolerance for a distortion of 1 % of the radius and three for 12 % (12 mm
-// at the corner). Points that still miss it go to the damped solver.
+// Without a start of the kernel's own, the first stage starts with fixed-point steps
+// q = p - d(q) from q = p, which cost one evaluation of the displacement each and shrink the error
+// by the factor |d'|; then plain Newton steps, which square its relative size. On a DMC frame, with
+// two fixed-point steps, one Newton step reaches kNewtonTolerance for a distortion of 1 % of the
+// radius and three for 12 % (12 mm at the corner). Points that still miss it go to the damped
+// solver.
 constexpr int kFixedPointSteps = 2;
 constexpr int kFixedNewtonSteps = 3;
 
