@@ -54,13 +54,7 @@ std::pair<py::array_t<double>, std::size_t> Grid(const TPyTransform& t, std::siz
                           " points is larger than an array can be");
   }
   py::array_t<double> result({rows, columns, std::size_t{2}});
-  TVxPointGrid grid;
-  grid.x0 = x0;
-  grid.y0 = y0;
-  grid.dx = dx;
-  grid.dy = dy;
-  grid.columns = columns;
-  grid.rows = rows;
+  const TVxPointGrid grid{x0, y0, dx, dy, columns, rows};
   // vec_t_ is two packed doubles: the array's memory holds the points as the library writes them.
   auto* out = reinterpret_cast<vec_t_<double, 2>*>(result.mutable_data());
   std::size_t nanCount = 0;
