@@ -1,0 +1,298 @@
+// Reading and writing rasters through GDAL. Nothing of GDAL leaves this file.
+
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_string.h>
+#include <gdal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "VxScan.h"
+
+namespace {
+
+// GDAL's drivers are registered once per process; GDAL guards the registration itself.
+void RegisterDrivers() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    GDALAllRegister();
+    // The scan library reports its own errors; GDAL's go into the messages, not to stderr.
+    CPLSetErrorHandler(CPLQuietErrorHandler);
+  });
+}
+
+std::string LastGdalError() {
+  const char* text = CPLGetLastErrorMsg();
+  return (text != nullptr && *text != '\0') ? std::string(text) : std::string("GDAL failed");
+}
+
+std::string Quoted(const std::string& path) {
+  return "'" + path + "'";
+}
+
+}  // namespace
+
+struct TVxScanImage::TImpl {
+  std::string path;
+  GDALDatasetH dataset = nullptr;
+  int width = 0;
+  int height = 0;
+  int bits = 8;
+  int bands = 1;
+  // The bands averaged into one grey value: 1, or the first three of a colour raster.
+  int greyBands = 1;
+  std::mutex mutex;
+
+  ~TImpl() {
+    if (dataset != nullptr) GDALClose(dataset);
+  }
+};
+
+TVxScanImage::TVxScanImage(const std::string& path) : impl_(new TImpl) {
+  RegisterDrivers();
+  impl_->path = path;
+  CPLErrorReset();
+  impl_->dataset = GDALOpen(path.c_str(), GA_ReadOnly);
+  if (impl_->dataset == nullptr) {
+    const std::string reason = LastGdalError();
+    delete impl_;
+    throw TVxScanError("cannot read the raster " + Quoted(path) + ": " + reason);
+  }
+  impl_->width = GDALGetRasterXSize(impl_->dataset);
+  impl_->height = GDALGetRasterYSize(impl_->dataset);
+  impl_->bands = GDALGetRasterCount(impl_->dataset);
+  if (impl_->bands < 1 || impl_->width < 1 || impl_->height < 1) {
+    delete impl_;
+    throw TVxScanError("the raster " + Quoted(path) + " holds no image");
+  }
+  impl_->greyBands = impl_->bands >= 3 ? 3 : 1;
+  const GDALDataType type = GDALGetRasterDataType(GDALGetRasterBand(impl_->dataset, 1));
+  impl_->bits = type == GDT_Byte ? 8 : 16;
+}
+
+TVxScanImage::~TVxScanImage() {
+  delete impl_;
+}
+
+TVxScanImage::TVxScanImage(TVxScanImage&& other) noexcept : impl_(other.impl_) {
+  other.impl_ = nullptr;
+}
+
+TVxScanImage& TVxScanImage::operator=(TVxScanImage&& other) noexcept {
+  if (this != &other) {
+    delete impl_;
+    impl_ = other.impl_;
+    other.impl_ = nullptr;
+  }
+  return *this;
+}
+
+int TVxScanImage::Width() const {
+  return impl_->width;
+}
+int TVxScanImage::Height() const {
+  return impl_->height;
+}
+int TVxScanImage::Bits() const {
+  return impl_->bits;
+}
+int TVxScanImage::Bands() const {
+  return impl_->bands;
+}
+const std::string& TVxScanImage::Path() const {
+  return impl_->path;
+}
+
+TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
+  const int x1 = std::max(x, 0);
+  const int y1 = std::max(y, 0);
+  const int x2 = std::min(x + width, impl_->width);
+  const int y2 = std::min(y + height, impl_->height);
+  TVxRaster raster;
+  if (x2 <= x1 || y2 <= y1) {
+    raster.x0 = x1;
+    raster.y0 = y1;
+    return raster;
+  }
+  raster = TVxRaster(x2 - x1, y2 - y1);
+  raster.x0 = x1;
+  raster.y0 = y1;
+  std::vector<float> band;
+  if (impl_->greyBands > 1) band.resize(raster.pixels.size());
+  std::lock_guard<std::mutex> lock(impl_->mutex);
+  for (int b = 1; b <= impl_->greyBands; ++b) {
+    float* target = b == 1 ? raster.pixels.data() : band.data();
+    CPLErrorReset();
+    const CPLErr error =
+        GDALRasterIO(GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
+                     raster.height, target, raster.width, raster.height, GDT_Float32, 0, 0);
+    if (error != CE_None) {
+      throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
+                         std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
+    }
+    if (b > 1) {
+      for (std::size_t i = 0; i < band.size(); ++i) raster.pixels[i] += band[i];
+    }
+  }
+  if (impl_->greyBands > 1) {
+    const float scale = 1.0f / static_cast<float>(impl_->greyBands);
+    for (float& value : raster.pixels) value *= scale;
+  }
+  return raster;
+}
+
+TVxRaster TVxScanImage::ReadReduced(int x, int y, int width, int height, int factor) const {
+  if (factor <= 1) return ReadWindow(x, y, width, height);
+  const int reducedWidth = impl_->width / factor;
+  const int reducedHeight = impl_->height / factor;
+  const int x1 = std::max(x, 0);
+  const int y1 = std::max(y, 0);
+  const int x2 = std::min(x + width, reducedWidth);
+  const int y2 = std::min(y + height, reducedHeight);
+  TVxRaster reduced;
+  reduced.x0 = x1;
+  reduced.y0 = y1;
+  if (x2 <= x1 || y2 <= y1) return reduced;
+  const TVxRaster full =
+      ReadWindow(x1 * factor, y1 * factor, (x2 - x1) * factor, (y2 - y1) * factor);
+  reduced = TVxRaster(x2 - x1, y2 - y1);
+  reduced.x0 = x1;
+  reduced.y0 = y1;
+  // Block means, summed row by row so that the full window is read once in order.
+  std::vector<float> rowSums(static_cast<std::size_t>(reduced.width));
+  const float scale = 1.0f / static_cast<float>(factor * factor);
+  for (int j = 0; j < reduced.height; ++j) {
+    std::fill(rowSums.begin(), rowSums.end(), 0.0f);
+    for (int dy = 0; dy < factor; ++dy) {
+      const float* row = &full.pixels[static_cast<std::size_t>(j * factor + dy) *
+                                      static_cast<std::size_t>(full.width)];
+      for (int i = 0; i < reduced.width; ++i) {
+        float sum = 0.0f;
+        for (int dx = 0; dx < factor; ++dx) sum += row[i * factor + dx];
+        rowSums[static_cast<std::size_t>(i)] += sum;
+      }
+    }
+    for (int i = 0; i < reduced.width; ++i)
+      reduced.At(i, j) = rowSums[static_cast<std::size_t>(i)] * scale;
+  }
+  return reduced;
+}
+
+namespace {
+
+const char* DriverName(TVxRasterFormat format) {
+  switch (format) {
+    case TVxRasterFormat::Png:
+      return "PNG";
+    case TVxRasterFormat::Jpeg:
+      return "JPEG";
+    case TVxRasterFormat::Tiff:
+    case TVxRasterFormat::BigTiff:
+      break;
+  }
+  return "GTiff";
+}
+
+// A name for the temporary file in the target's folder, reserved by creating it empty.
+std::string ReserveTemporaryName(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+  std::string name = folder + ".vxscan-XXXXXX";
+  std::vector<char> buffer(name.begin(), name.end());
+  buffer.push_back('\0');
+  const int fd = mkstemp(buffer.data());
+  if (fd < 0) return std::string();
+  close(fd);
+  return std::string(buffer.data());
+}
+
+}  // namespace
+
+void WriteRaster(const std::string& path, const TVxRaster& raster,
+                 const TVxRasterWriteOptions& options) {
+  RegisterDrivers();
+  const auto fail = [&](const std::string& reason) {
+    throw TVxScanError("cannot write the raster " + Quoted(path) + ": " + reason);
+  };
+  if (raster.width < 1 || raster.height < 1 ||
+      raster.pixels.size() !=
+          static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height))
+    fail("the image is empty");
+  if (options.bits != 8 && options.bits != 16)
+    fail("bits must be 8 or 16, not " + std::to_string(options.bits));
+  if (options.format == TVxRasterFormat::Jpeg && options.bits != 8) fail("JPEG holds 8 bits only");
+  GDALDriverH driver = GDALGetDriverByName(DriverName(options.format));
+  GDALDriverH memory = GDALGetDriverByName("MEM");
+  if (driver == nullptr || memory == nullptr) fail("GDAL has no driver for the format");
+
+  const GDALDataType type = options.bits == 8 ? GDT_Byte : GDT_UInt16;
+  const double top = options.bits == 8 ? 255.0 : 65535.0;
+  GDALDatasetH source = GDALCreate(memory, "", raster.width, raster.height, 1, type, nullptr);
+  if (source == nullptr) fail(LastGdalError());
+  std::vector<double> row(static_cast<std::size_t>(raster.width));
+  CPLErr error = CE_None;
+  for (int y = 0; y < raster.height && error == CE_None; ++y) {
+    for (int x = 0; x < raster.width; ++x) {
+      const double value = static_cast<double>(raster.At(x, y));
+      row[static_cast<std::size_t>(x)] =
+          std::isfinite(value) ? std::clamp(std::round(value), 0.0, top) : 0.0;
+    }
+    error = GDALRasterIO(GDALGetRasterBand(source, 1), GF_Write, 0, y, raster.width, 1, row.data(),
+                         raster.width, 1, GDT_Float64, 0, 0);
+  }
+  if (error != CE_None) {
+    GDALClose(source);
+    fail(LastGdalError());
+  }
+
+  char** creation = nullptr;
+  const std::string tile = std::to_string(options.tileSize);
+  const std::string quality = std::to_string(options.jpegQuality);
+  if (options.format == TVxRasterFormat::Tiff || options.format == TVxRasterFormat::BigTiff) {
+    creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+    if (options.format == TVxRasterFormat::BigTiff)
+      creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
+    if (options.tiled) {
+      creation = CSLSetNameValue(creation, "TILED", "YES");
+      creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+      creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+    }
+  } else if (options.format == TVxRasterFormat::Jpeg) {
+    creation = CSLSetNameValue(creation, "QUALITY", quality.c_str());
+  }
+
+  const std::string temporary = ReserveTemporaryName(path);
+  if (temporary.empty()) {
+    CSLDestroy(creation);
+    GDALClose(source);
+    fail("cannot create a temporary file beside it");
+  }
+  CPLErrorReset();
+  GDALDatasetH written =
+      GDALCreateCopy(driver, temporary.c_str(), source, FALSE, creation, nullptr, nullptr);
+  CSLDestroy(creation);
+  GDALClose(source);
+  std::string reason;
+  if (written == nullptr) {
+    reason = LastGdalError();
+  } else {
+    GDALClose(written);
+    if (CPLGetLastErrorType() >= CE_Failure) reason = LastGdalError();
+  }
+  // Side files that a driver may leave (PNG and JPEG write none with these options).
+  const std::string auxiliary = temporary + ".aux.xml";
+  std::remove(auxiliary.c_str());
+  if (reason.empty() && std::rename(temporary.c_str(), path.c_str()) != 0)
+    reason = "cannot rename the temporary file over it";
+  if (!reason.empty()) {
+    std::remove(temporary.c_str());
+    fail(reason);
+  }
+}
