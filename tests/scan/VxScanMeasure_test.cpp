@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "ScanTestSupport.h"
+#include "VxScanTestSupport.h"
 #include "VxIntOrSolve.h"
 #include "VxScan.h"
 

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "ScanTestSupport.h"
+#include "VxScanTestSupport.h"
 #include "VxFileHelpers.h"
 #include "VxScan.h"
 

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "ScanTestSupport.h"
+#include "VxScanTestSupport.h"
 #include "VxScan.h"
 
 namespace {
