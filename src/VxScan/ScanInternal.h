@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "VxScan.h"
@@ -50,6 +51,26 @@ double CubicKernel(double s);
 // The raster convolved with a normalised Gaussian of `sigma` pixels (taps to 3 sigma), its
 // border continued by its edge pixels.
 void GaussianSmooth(TVxRaster& raster, double sigma);
+
+// A GeoTIFF written by windows from several threads: created under a temporary name in the
+// target's folder, tiled, one grey band of 8 or 16 bits, its geotransform (GDAL's six numbers,
+// for the outer corner of the top-left pixel) set; renamed over the target by Commit. Destroyed
+// without Commit, it removes the temporary file. Throws TVxScanError naming the target.
+class TRasterFileWriter {
+ public:
+  TRasterFileWriter(const std::string& path, int width, int height, int bits, int tileSize,
+                    const double geoTransform[6]);
+  ~TRasterFileWriter();
+  TRasterFileWriter(const TRasterFileWriter&) = delete;
+  TRasterFileWriter& operator=(const TRasterFileWriter&) = delete;
+  // Writes the raster at its (x0, y0), values rounded and clamped to the bits; serialised.
+  void Write(const TVxRaster& tile);
+  void Commit();
+
+ private:
+  struct TImpl;
+  TImpl* impl_;
+};
 
 // One of the eight orientations of a scan against the camera: quarter turns counter-clockwise
 // and the rows read in reverse order. Offsets of the unturned, unmirrored image (x right, y down)

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "ScanInternal.h"
 #include "VxScan.h"
 
 namespace {
@@ -296,3 +297,89 @@ void WriteRaster(const std::string& path, const TVxRaster& raster,
     fail(reason);
   }
 }
+
+namespace vxscan {
+
+struct TRasterFileWriter::TImpl {
+  std::string path;
+  std::string temporary;
+  GDALDatasetH dataset = nullptr;
+  int bits = 8;
+  bool committed = false;
+  std::mutex mutex;
+};
+
+TRasterFileWriter::TRasterFileWriter(const std::string& path, int width, int height, int bits,
+                                     int tileSize, const double geoTransform[6])
+    : impl_(new TImpl) {
+  RegisterDrivers();
+  impl_->path = path;
+  impl_->bits = bits;
+  const auto fail = [&](const std::string& reason) {
+    const std::string message = "cannot write the raster " + Quoted(path) + ": " + reason;
+    if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+    if (!impl_->temporary.empty()) std::remove(impl_->temporary.c_str());
+    delete impl_;
+    throw TVxScanError(message);
+  };
+  GDALDriverH driver = GDALGetDriverByName("GTiff");
+  if (driver == nullptr) fail("GDAL has no GTiff driver");
+  impl_->temporary = ReserveTemporaryName(path);
+  if (impl_->temporary.empty()) fail("cannot create a temporary file beside it");
+  const double bytes = static_cast<double>(width) * height * (bits / 8);
+  const std::string tile = std::to_string(tileSize);
+  char** creation = nullptr;
+  creation = CSLSetNameValue(creation, "TILED", "YES");
+  creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+  creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+  creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+  // Classic TIFF ends at 4 GB; deflate rarely doubles a scan, so BigTIFF from 2 GB on.
+  if (bytes > 2.0e9) creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
+  CPLErrorReset();
+  impl_->dataset = GDALCreate(driver, impl_->temporary.c_str(), width, height, 1,
+                              bits == 8 ? GDT_Byte : GDT_UInt16, creation);
+  CSLDestroy(creation);
+  if (impl_->dataset == nullptr) fail(LastGdalError());
+  double transform[6];
+  std::copy(geoTransform, geoTransform + 6, transform);
+  GDALSetGeoTransform(impl_->dataset, transform);
+}
+
+TRasterFileWriter::~TRasterFileWriter() {
+  if (impl_ == nullptr) return;
+  if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+  if (!impl_->committed) std::remove(impl_->temporary.c_str());
+  delete impl_;
+}
+
+void TRasterFileWriter::Write(const TVxRaster& tile) {
+  if (tile.width < 1 || tile.height < 1) return;
+  const double top = impl_->bits == 8 ? 255.0 : 65535.0;
+  std::vector<std::uint16_t> values(tile.pixels.size());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const double v = static_cast<double>(tile.pixels[i]);
+    values[i] =
+        static_cast<std::uint16_t>(std::isfinite(v) ? std::clamp(std::round(v), 0.0, top) : 0.0);
+  }
+  std::lock_guard<std::mutex> lock(impl_->mutex);
+  CPLErrorReset();
+  if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Write, tile.x0, tile.y0, tile.width,
+                   tile.height, values.data(), tile.width, tile.height, GDT_UInt16, 0,
+                   0) != CE_None)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
+}
+
+void TRasterFileWriter::Commit() {
+  CPLErrorReset();
+  GDALClose(impl_->dataset);
+  impl_->dataset = nullptr;
+  if (CPLGetLastErrorType() >= CE_Failure)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
+  std::remove((impl_->temporary + ".aux.xml").c_str());
+  if (std::rename(impl_->temporary.c_str(), impl_->path.c_str()) != 0)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) +
+                       ": cannot rename the temporary file over it");
+  impl_->committed = true;
+}
+
+}  // namespace vxscan

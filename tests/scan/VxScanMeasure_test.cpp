@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "VxScanTestSupport.h"
 #include "VxIntOrSolve.h"
 #include "VxScan.h"
+#include "VxScanTestSupport.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <string>
 
-#include "VxScanTestSupport.h"
 #include "VxFileHelpers.h"
 #include "VxScan.h"
+#include "VxScanTestSupport.h"
 
 namespace {
 

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 
-#include "VxScanTestSupport.h"
 #include "VxScan.h"
+#include "VxScanResample.h"
+#include "VxScanTestSupport.h"
 
 namespace {
 
@@ -40,6 +42,36 @@ TEST(MeasureMarksThreads, FourThreads_EqualOneThreadExactly) {
   }
   EXPECT_EQ(one.quarterTurns, 3);
   EXPECT_EQ(four.quarterTurns, 3);
+}
+
+TEST(ResampleScanThreads, ThreeThreads_WriteTheSameImageAsOne) {
+  const TVxCameraInfo camera = TestCamera();
+  const TTemplates templates = TestTemplates(camera, false);
+  TVxSyntheticScanOptions options = DefaultScanOptions();
+  options.width = options.height = 600;
+  const TVxSyntheticScan scan =
+      RenderSyntheticScan(camera, templates.set, templates.images, options);
+  const std::string path = TempPath("resample_threads.tif");
+  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  TVxPixToCamMap map;  // a turn of 30 degrees and 24 µm pixels
+  const double c = 0.024 * std::cos(0.5236), s = 0.024 * std::sin(0.5236);
+  map.matrix = {c, -s, -299.5 * c + 299.5 * s, -s, -c, 299.5 * s + 299.5 * c, 0.0, 0.0, 1.0};
+  TVxResampleOptions resample;
+  resample.tileSize = 64;
+  resample.threads = 1;
+  const std::string one = TempPath("resample_one.tif"), three = TempPath("resample_three.tif");
+  ResampleScan(image, camera, map, one, resample);
+  resample.threads = 3;
+  ResampleScan(image, camera, map, three, resample);
+  const TVxScanImage a(one), b(three);
+  std::remove(one.c_str());
+  std::remove(three.c_str());
+  ASSERT_EQ(a.Width(), b.Width());
+  ASSERT_EQ(a.Height(), b.Height());
+  EXPECT_EQ(a.ReadWindow(0, 0, a.Width(), a.Height()).pixels,
+            b.ReadWindow(0, 0, b.Width(), b.Height()).pixels);
 }
 
 }  // namespace

@@ -27,12 +27,12 @@ struct CommandRun {
   std::string err;
 };
 
-CommandRun Call(const vxcam::TArgs& args) {
+CommandRun Call(const vxcam::TArgs& args, vxcam::TRunFunction command = vxcam::RunMeasure) {
   std::istringstream in;
   std::ostringstream out, err;
   vxcam::TIo io{in, out, err};
   CommandRun run;
-  run.status = vxcam::RunMeasure(args, io);
+  run.status = command(args, io);
   run.out = out.str();
   run.err = err.str();
   return run;
@@ -135,6 +135,46 @@ TEST_F(VxCamMeasure, BlankScan_IsNotSolvedAndWritesNothing) {
   EXPECT_THAT(run.err, HasSubstr("fewer than two marks measured; nothing written"));
   EXPECT_THAT(run.out, HasSubstr("correlation too low"));
   EXPECT_FALSE(std::filesystem::exists(Path("measured.yaml")));
+}
+
+TEST_F(VxCamMeasure, Resample_WritesTheImageAndItsMapThatMeasuresUnturned) {
+  ASSERT_EQ(Call({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+                  Path("measured.yaml"), "--search-radius", "3"})
+                .status,
+            vxcam::kExitSuccess);
+  const CommandRun run = Call({Path("scan.tif"), Path("camera.yaml"), Path("measured.yaml"), "-o",
+                               Path("image.tif"), "--pixel-size", "25", "--bilinear"},
+                              vxcam::RunResample);
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("Written: " + Path("image.tif") + "\n"));
+  EXPECT_THAT(run.out, HasSubstr("Written: " + Path("image.tif.pix_to_cam.yaml") + "\n"));
+  std::istringstream in;
+  std::ostringstream out, err;
+  vxcam::TIo io{in, out, err};
+  const vxcam::TScanFile map = vxcam::LoadScanFile(Path("image.tif.pix_to_cam.yaml"), io);
+  ASSERT_TRUE(map.map.has_value());
+  EXPECT_DOUBLE_EQ(map.map->matrix[0], 0.025);
+  EXPECT_DOUBLE_EQ(map.map->matrix[4], -0.025);
+  // The image measures as a scan in the camera's own orientation.
+  const CommandRun again = Call({Path("image.tif"), Path("camera.yaml"),
+                                 Path("templates/marks.yaml"), "-o", Path("again.yaml"), "--json"});
+  ASSERT_EQ(again.status, vxcam::kExitSuccess) << again.err;
+  const auto report = nlohmann::json::parse(again.out);
+  EXPECT_EQ(report["quarter_turns"], 0);
+  EXPECT_EQ(report["mirrored"], false);
+  EXPECT_EQ(report["measured"], 8);
+}
+
+TEST_F(VxCamMeasure, Resample_UnsolvableMeasurements_WriteNothing) {
+  std::ofstream(Path("two.yaml")) << "camera_type: Fiducials\npoints:\n"
+                                     "  - {index: 1, coords_pix: {x: 1, y: 2}}\n"
+                                     "rotation: \"0\"\n";
+  const CommandRun run =
+      Call({Path("scan.tif"), Path("camera.yaml"), Path("two.yaml"), "-o", Path("image.tif")},
+           vxcam::RunResample);
+  EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
+  EXPECT_FALSE(std::filesystem::exists(Path("image.tif")));
+  EXPECT_FALSE(std::filesystem::exists(Path("image.tif.pix_to_cam.yaml")));
 }
 
 }  // namespace

@@ -1,15 +1,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
+#include "VxCamSolution.h"
 #include "VxCamText.h"
 #include "VxScan.h"
+#include "VxScanResample.h"
 #include "VxXIni.h"
 
 namespace vxcam {
@@ -124,6 +128,11 @@ nlohmann::ordered_json ReportJson(const TVxScanImage& scan, const TVxScanMeasure
           {"marks", marks}};
 }
 
+// The file beside a resampled image that holds its pixel-to-camera map.
+std::string MapPathOf(const std::string& imagePath) {
+  return imagePath + ".pix_to_cam.yaml";
+}
+
 }  // namespace
 
 int RunMeasure(const TArgs& args, TIo& io) {
@@ -172,6 +181,86 @@ int RunMeasure(const TArgs& args, TIo& io) {
         if (result.meas.marks.size() < 2) throw TNotSolvedError(Text("vxcam.measure.too_few"));
         SaveMeasurements(result.meas, outputPath, io);
         if (!json) ReportWritten(io, outputPath);
+        return kExitSuccess;
+      });
+}
+
+int RunResample(const TArgs& args, TIo& io) {
+  std::string scanPath, cameraPath, measurementsPath, outputPath;
+  TVxResampleOptions options;
+  bool bilinear = false;
+  bool json = false;
+  return RunCommand(
+      "resample", "vxcam.resample.summary", args, io,
+      [&](CLI::App& app) {
+        AddFileArgument(app, "SCAN", scanPath, "vxcam.arg.scan")->required();
+        AddFileArgument(app, "CAMERA", cameraPath, "vxcam.arg.camera")->required();
+        AddFileArgument(app, "MEASUREMENTS", measurementsPath, "vxcam.arg.scan_map")->required();
+        AddOutputOption(app, outputPath, "vxcam.opt.output_image", true);
+        app.add_option("--pixel-size", options.pixelSizeUm, Text("vxcam.opt.pixel_size_image"))
+            ->option_text("UM")
+            ->check(PositiveNumber());
+        app.add_flag("--undistort", options.undistort, Text("vxcam.opt.undistort"));
+        app.add_flag("--bilinear", bilinear, Text("vxcam.opt.bilinear"));
+        app.add_option("--threads", options.threads, Text("vxcam.opt.threads"))
+            ->option_text("N")
+            ->check(CLI::Range(1, 64));
+        AddJsonFlag(app, json);
+      },
+      [&] {
+        if (IsStandardStream(outputPath)) throw TUsageError(Text("vxcam.resample.not_stdout"));
+        const TVxCameraInfo camera = LoadCamera(cameraPath);
+        TScanFile scanFile = LoadScanFile(measurementsPath, io);
+        TVxPixToCamMap map;
+        if (scanFile.map) {
+          map = *scanFile.map;
+        } else {
+          map = SolveScan(camera, std::move(scanFile.measurements), measurementsPath,
+                          TVxIntOrSolveOptions())
+                    .solution.map;
+        }
+        if (bilinear) options.interpolation = TVxInterpolation::Bilinear;
+        std::unique_ptr<TVxScanImage> scan;
+        try {
+          scan = std::make_unique<TVxScanImage>(scanPath);
+        } catch (const TVxScanError& e) {
+          throw TFileError(e.what());
+        }
+        TVxResampleResult result;
+        {
+          TProgressBar bar(io.err, "resample");
+          options.progress = [&bar](double share) { bar.Update(share); };
+          try {
+            result = ResampleScan(*scan, camera, map, outputPath, options);
+          } catch (const TVxScanError& e) {
+            throw TFileError(e.what());
+          }
+        }
+        const std::string mapPath = MapPathOf(outputPath);
+        try {
+          SavePixToCamMap(result.map, mapPath, io);
+        } catch (...) {
+          std::remove(outputPath.c_str());
+          throw;
+        }
+        if (json) {
+          WriteJson(io.out, {{"width", result.width},
+                             {"height", result.height},
+                             {"pixel_size_um", result.pixelSizeUm},
+                             {"undistorted", options.undistort},
+                             {"interpolation", bilinear ? "bilinear" : "bicubic"},
+                             {"output", outputPath},
+                             {"pix_to_cam", mapPath}});
+        } else {
+          WriteRows(io.out,
+                    {{0, Text("vxcam.label.image"),
+                      std::to_string(result.width) + " × " + std::to_string(result.height) + " " +
+                          UnitsPixUserTextAbbr() + ", " + FormatNumber(result.pixelSizeUm, 6) +
+                          " " + UnitsCamMkmUserTextAbbr()},
+                     {0, Text("vxcam.label.undistorted"), YesNo(options.undistort)}});
+          ReportWritten(io, outputPath);
+          ReportWritten(io, mapPath);
+        }
         return kExitSuccess;
       });
 }
