@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "VxCameraInfo.h"
@@ -74,6 +75,14 @@ VXSCAN_EXPORT TVxSyntheticScan RenderSyntheticScan(const TVxCameraInfo& camera,
                                                    const TCameraMarkTemplates& templates,
                                                    const std::vector<TVxRaster>& templateImages,
                                                    const TVxSyntheticScanOptions& options);
+
+// The same scan written to `path` as a tiled GeoTIFF (8 bits, or 16 when greyScale > 1) tile by
+// tile on a small pool of threads, without holding it whole: for scans of 16 000 × 16 000
+// pixels. Pixel for pixel as RenderSyntheticScan draws it, but for the blur's reach at the scan's
+// border. Returns the truth. Throws TVxScanError naming the file.
+VXSCAN_EXPORT std::map<std::int32_t, vec_t_<double, 2>> WriteSyntheticScan(
+    const std::string& path, const TVxCameraInfo& camera, const TCameraMarkTemplates& templates,
+    const std::vector<TVxRaster>& templateImages, const TVxSyntheticScanOptions& options);
 
 // Where options put a point of the camera (millimetres) on the scan, pixels.
 VXSCAN_EXPORT vec_t_<double, 2> SyntheticCameraToPixel(const vec_t_<double, 2>& cameraMm,

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <map>
 #include <random>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -66,11 +69,14 @@ bool Sample(const TVxRaster& image, double x, double y, double* value) {
   return true;
 }
 
+// A filled disc at (cx, cy) in the coordinates of the raster's source (its x0, y0 applied).
 void Disk(TVxRaster& r, double cx, double cy, double radius, float grey) {
-  const int x0 = std::max(0, static_cast<int>(cx - radius - 1));
-  const int x1 = std::min(r.width - 1, static_cast<int>(cx + radius + 1));
-  const int y0 = std::max(0, static_cast<int>(cy - radius - 1));
-  const int y1 = std::min(r.height - 1, static_cast<int>(cy + radius + 1));
+  cx -= r.x0;
+  cy -= r.y0;
+  const int x0 = std::max(0, static_cast<int>(std::floor(cx - radius - 1)));
+  const int x1 = std::min(r.width - 1, static_cast<int>(std::ceil(cx + radius + 1)));
+  const int y0 = std::max(0, static_cast<int>(std::floor(cy - radius - 1)));
+  const int y1 = std::min(r.height - 1, static_cast<int>(std::ceil(cy + radius + 1)));
   for (int y = y0; y <= y1; ++y)
     for (int x = x0; x <= x1; ++x)
       if (std::hypot(x - cx, y - cy) <= radius) r.At(x, y) = grey;
@@ -125,104 +131,207 @@ vec_t_<double, 2> SyntheticCameraToPixel(const vec_t_<double, 2>& cameraMm, doub
           0.5 * (o.height - 1) + o.offsetPix.y + m[2] * wx + m[3] * wy};
 }
 
-TVxSyntheticScan RenderSyntheticScan(const TVxCameraInfo& camera,
-                                     const TCameraMarkTemplates& templates,
-                                     const std::vector<TVxRaster>& templateImages,
-                                     const TVxSyntheticScanOptions& o) {
-  TVxSyntheticScan scan;
-  scan.raster = TVxRaster(o.width, o.height, static_cast<float>(o.baseGrey));
-  TVxRaster& r = scan.raster;
+namespace {
+
+// A mark as drawn: its template, where its centre lands, the inverse of the scan's matrix.
+struct TPlacedMark {
+  const TVxRaster* templ = nullptr;
+  vec_t_<double, 2> position;
+  double reach = 0.0;
+  bool damaged = false;
+  double blotRadius = 0.0;
+};
+
+struct TDefect {
+  vec_t_<double, 2> start;
+  double angle = 0.0;
+  double length = 0.0;  // 0 for a speck
+  double radius = 0.0;
+  float grey = 0.0f;
+};
+
+// Everything a scan shows, fixed before any pixel is drawn, so that any window of it can be
+// drawn alone and the same pixel always gets the same value.
+struct TScene {
+  TVxSyntheticScanOptions options;
+  double inverse[4] = {1, 0, 0, 1};
+  std::vector<TPlacedMark> marks;
+  std::vector<TDefect> defects;
+  std::map<std::int32_t, vec_t_<double, 2>> truth;
+};
+
+// A uniform number in [0, 1) from a pixel's coordinates and the seed (SplitMix64 of the three).
+double Hash01(std::uint64_t seed, std::int64_t x, std::int64_t y, std::uint64_t stream) {
+  std::uint64_t z = seed * 0x9E3779B97F4A7C15ull +
+                    static_cast<std::uint64_t>(x) * 0xBF58476D1CE4E5B9ull +
+                    static_cast<std::uint64_t>(y) * 0x94D049BB133111EBull + stream;
+  z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+  z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+  z ^= z >> 31;
+  return static_cast<double>(z >> 11) * (1.0 / 9007199254740992.0);
+}
+
+TScene MakeScene(const TVxCameraInfo& camera, const TCameraMarkTemplates& templates,
+                 const std::vector<TVxRaster>& templateImages, const TVxSyntheticScanOptions& o) {
+  TScene scene;
+  scene.options = o;
   std::mt19937 random(o.seed);
   double m[4];
   ScanMatrix(o, m);
   const double det = m[0] * m[3] - m[1] * m[2];
-  const double inv[4] = {m[3] / det, -m[1] / det, -m[2] / det, m[0] / det};
+  scene.inverse[0] = m[3] / det;
+  scene.inverse[1] = -m[1] / det;
+  scene.inverse[2] = -m[2] / det;
+  scene.inverse[3] = m[0] / det;
   const auto contains = [](const std::vector<std::int32_t>& list, std::int32_t index) {
     return std::find(list.begin(), list.end(), index) != list.end();
   };
-
-  std::vector<std::pair<vec_t_<double, 2>, double>> reaches;  // drawn marks and their reach
   for (const TVxCameraInfo::TFiducial& fiducial : camera.fiducials) {
     if (contains(o.missing, fiducial.index)) continue;
     std::size_t t = 0;
     while (t < templates.templates.size() && templates.templates[t].index != fiducial.templateIndex)
       ++t;
     if (t == templates.templates.size() || t >= templateImages.size()) continue;
-    const TVxRaster& templ = templateImages[t];
-    const vec_t_<double, 2> p =
-        SyntheticCameraToPixel(fiducial.coordsCam, templates.templatePixelSize, o);
-    scan.truth[fiducial.index] = p;
-    const double cx = 0.5 * (templ.width - 1), cy = 0.5 * (templ.height - 1);
-    const double reach = std::hypot(templ.width, templ.height) * 0.5 *
-                             std::max(std::abs(o.scaleX), std::abs(o.scaleY)) +
-                         2.0;
-    reaches.emplace_back(p, reach);
-    const int x0 = std::max(0, static_cast<int>(p.x - reach));
-    const int x1 = std::min(o.width - 1, static_cast<int>(p.x + reach));
-    const int y0 = std::max(0, static_cast<int>(p.y - reach));
-    const int y1 = std::min(o.height - 1, static_cast<int>(p.y + reach));
-    for (int y = y0; y <= y1; ++y)
-      for (int x = x0; x <= x1; ++x) {
-        const double dx = x - p.x, dy = y - p.y;
-        double value = 0.0;
-        if (Sample(templ, cx + inv[0] * dx + inv[1] * dy, cy + inv[2] * dx + inv[3] * dy, &value))
-          r.At(x, y) = static_cast<float>(value);
-      }
-    if (contains(o.damaged, fiducial.index)) {
-      // A blot of paint: blocks of dark and bright over most of the template.
-      const double radius = 0.4 * std::max(templ.width, templ.height) * std::abs(o.scaleX);
-      std::uniform_real_distribution<double> grey(10.0, 250.0);
-      const int block = 3;
-      for (int y = static_cast<int>(p.y - radius); y <= static_cast<int>(p.y + radius); y += block)
-        for (int x = static_cast<int>(p.x - radius); x <= static_cast<int>(p.x + radius);
-             x += block) {
-          const float g = static_cast<float>(grey(random));
-          for (int v = 0; v < block; ++v)
-            for (int u = 0; u < block; ++u) {
-              const int px = x + u, py = y + v;
-              if (px >= 0 && py >= 0 && px < o.width && py < o.height &&
-                  std::hypot(px - p.x, py - p.y) <= radius)
-                r.At(px, py) = g;
-            }
-        }
-    }
+    TPlacedMark mark;
+    mark.templ = &templateImages[t];
+    mark.position = SyntheticCameraToPixel(fiducial.coordsCam, templates.templatePixelSize, o);
+    mark.reach = std::hypot(mark.templ->width, mark.templ->height) * 0.5 *
+                     std::max(std::abs(o.scaleX), std::abs(o.scaleY)) +
+                 2.0;
+    mark.damaged = contains(o.damaged, fiducial.index);
+    mark.blotRadius = 0.4 * std::max(mark.templ->width, mark.templ->height) * std::abs(o.scaleX);
+    scene.truth[fiducial.index] = mark.position;
+    scene.marks.push_back(mark);
   }
-
   // Whether a point lies on a drawn mark's template (with a margin for a speck's size).
   const auto onMark = [&](double x, double y) {
     if (o.defectsOnMarks) return false;
-    for (const auto& mark : reaches)
-      if (std::hypot(x - mark.first.x, y - mark.first.y) < mark.second + 6.0) return true;
+    for (const TPlacedMark& mark : scene.marks)
+      if (std::hypot(x - mark.position.x, y - mark.position.y) < mark.reach + 6.0) return true;
     return false;
   };
   std::uniform_real_distribution<double> uniform(0.0, 1.0);
   for (int k = 0; k < o.dust; ++k) {
-    const double x = uniform(random) * o.width, y = uniform(random) * o.height;
-    const double radius = 1.0 + 3.0 * uniform(random);
-    const float grey = uniform(random) < 0.5 ? 20.0f : 245.0f;
-    if (!onMark(x, y)) Disk(r, x, y, radius, grey);
+    TDefect speck;
+    speck.start = {uniform(random) * o.width, uniform(random) * o.height};
+    speck.radius = 1.0 + 3.0 * uniform(random);
+    speck.grey = uniform(random) < 0.5 ? 20.0f : 245.0f;
+    if (!onMark(speck.start.x, speck.start.y)) scene.defects.push_back(speck);
   }
   for (int k = 0; k < o.scratches; ++k) {
-    const double x = uniform(random) * o.width, y = uniform(random) * o.height;
-    const double angle = uniform(random) * kPi;
-    const double length = 100.0 + 500.0 * uniform(random);
+    TDefect scratch;
+    scratch.start = {uniform(random) * o.width, uniform(random) * o.height};
+    scratch.angle = uniform(random) * kPi;
+    scratch.length = 100.0 + 500.0 * uniform(random);
+    scratch.radius = 0.7;
+    scratch.grey = 240.0f;
     bool crosses = false;
-    for (double s = 0.0; s < length && !crosses; s += 2.0)
-      crosses = onMark(x + s * std::cos(angle), y + s * std::sin(angle));
-    if (crosses) continue;
-    for (double s = 0.0; s < length; s += 0.5)
-      Disk(r, x + s * std::cos(angle), y + s * std::sin(angle), 0.7, 240.0f);
+    for (double t = 0.0; t < scratch.length && !crosses; t += 2.0)
+      crosses = onMark(scratch.start.x + t * std::cos(scratch.angle),
+                       scratch.start.y + t * std::sin(scratch.angle));
+    if (!crosses) scene.defects.push_back(scratch);
   }
-  std::normal_distribution<double> grain(0.0, o.grain);
+  return scene;
+}
+
+// The window (x0, y0, w, h) of the scene before the blur: film base, marks, blots, defects,
+// exposure and grain. Pixels beyond the scan are drawn as well, for the blur's reach.
+TVxRaster DrawWindow(const TScene& scene, int x0, int y0, int w, int h) {
+  const TVxSyntheticScanOptions& o = scene.options;
+  TVxRaster r(w, h, static_cast<float>(o.baseGrey));
+  r.x0 = x0;
+  r.y0 = y0;
+  for (const TPlacedMark& mark : scene.marks) {
+    const vec_t_<double, 2> p = mark.position;
+    const TVxRaster& templ = *mark.templ;
+    const double cx = 0.5 * (templ.width - 1), cy = 0.5 * (templ.height - 1);
+    const int mx0 = std::max(x0, static_cast<int>(std::floor(p.x - mark.reach)));
+    const int mx1 = std::min(x0 + w - 1, static_cast<int>(std::ceil(p.x + mark.reach)));
+    const int my0 = std::max(y0, static_cast<int>(std::floor(p.y - mark.reach)));
+    const int my1 = std::min(y0 + h - 1, static_cast<int>(std::ceil(p.y + mark.reach)));
+    const double* inv = scene.inverse;
+    for (int y = my0; y <= my1; ++y)
+      for (int x = mx0; x <= mx1; ++x) {
+        const double dx = x - p.x, dy = y - p.y;
+        double value = 0.0;
+        if (Sample(templ, cx + inv[0] * dx + inv[1] * dy, cy + inv[2] * dx + inv[3] * dy, &value))
+          r.At(x - x0, y - y0) = static_cast<float>(value);
+        // A blot of paint: blocks of 3 × 3 pixels of dark and bright over most of the template.
+        if (mark.damaged && std::hypot(dx, dy) <= mark.blotRadius) {
+          const std::int64_t bx = static_cast<std::int64_t>(std::floor(x / 3.0));
+          const std::int64_t by = static_cast<std::int64_t>(std::floor(y / 3.0));
+          r.At(x - x0, y - y0) = static_cast<float>(10.0 + 240.0 * Hash01(o.seed, bx, by, 1));
+        }
+      }
+  }
+  for (const TDefect& defect : scene.defects) {
+    const double step = 0.5;
+    for (double t = 0.0; t <= defect.length; t += step) {
+      const double x = defect.start.x + t * std::cos(defect.angle);
+      const double y = defect.start.y + t * std::sin(defect.angle);
+      if (x < x0 - 5 || y < y0 - 5 || x > x0 + w + 5 || y > y0 + h + 5) continue;
+      Disk(r, x, y, defect.radius, defect.grey);
+    }
+  }
   const double diagonal = static_cast<double>(o.width + o.height);
-  for (int y = 0; y < o.height; ++y)
-    for (int x = 0; x < o.width; ++x) {
-      const double exposure = 1.0 - o.exposureFall * (x + y) / diagonal;
-      const double g = o.grain > 0.0 ? grain(random) : 0.0;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const int gx = x0 + x, gy = y0 + y;
+      const double exposure = 1.0 - o.exposureFall * (gx + gy) / diagonal;
+      double g = 0.0;
+      if (o.grain > 0.0) {
+        // Box-Muller from two uniform numbers of this pixel.
+        const double u1 = std::max(Hash01(o.seed, gx, gy, 2), 1e-300);
+        const double u2 = Hash01(o.seed, gx, gy, 3);
+        g = o.grain * std::sqrt(-2.0 * std::log(u1)) * std::cos(2.0 * kPi * u2);
+      }
       r.At(x, y) = static_cast<float>(static_cast<double>(r.At(x, y)) * exposure + g);
     }
-  if (o.blurSigma > 0.0) vxscan::GaussianSmooth(r, o.blurSigma);
-  if (o.greyScale != 1.0)
-    for (float& v : r.pixels) v = static_cast<float>(static_cast<double>(v) * o.greyScale);
+  return r;
+}
+
+// The finished window: drawn with a margin for the blur, blurred, cut and scaled.
+TVxRaster RenderWindow(const TScene& scene, int x0, int y0, int w, int h) {
+  const TVxSyntheticScanOptions& o = scene.options;
+  const int halo = o.blurSigma > 0.0 ? static_cast<int>(std::ceil(3.0 * o.blurSigma)) : 0;
+  TVxRaster drawn = DrawWindow(scene, x0 - halo, y0 - halo, w + 2 * halo, h + 2 * halo);
+  if (o.blurSigma > 0.0) vxscan::GaussianSmooth(drawn, o.blurSigma);
+  TVxRaster out(w, h);
+  out.x0 = x0;
+  out.y0 = y0;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      out.At(x, y) =
+          static_cast<float>(static_cast<double>(drawn.At(x + halo, y + halo)) * o.greyScale);
+  return out;
+}
+
+}  // namespace
+
+TVxSyntheticScan RenderSyntheticScan(const TVxCameraInfo& camera,
+                                     const TCameraMarkTemplates& templates,
+                                     const std::vector<TVxRaster>& templateImages,
+                                     const TVxSyntheticScanOptions& o) {
+  const TScene scene = MakeScene(camera, templates, templateImages, o);
+  TVxSyntheticScan scan;
+  scan.raster = RenderWindow(scene, 0, 0, o.width, o.height);
+  scan.truth = scene.truth;
   return scan;
+}
+
+std::map<std::int32_t, vec_t_<double, 2>> WriteSyntheticScan(
+    const std::string& path, const TVxCameraInfo& camera, const TCameraMarkTemplates& templates,
+    const std::vector<TVxRaster>& templateImages, const TVxSyntheticScanOptions& o) {
+  const TScene scene = MakeScene(camera, templates, templateImages, o);
+  const int tile = 512;
+  const double geo[6] = {0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+  vxscan::TRasterFileWriter writer(path, o.width, o.height, o.greyScale > 1.0 ? 16 : 8, tile, geo);
+  const int tilesX = (o.width + tile - 1) / tile, tilesY = (o.height + tile - 1) / tile;
+  vxscan::ParallelFor(tilesX * tilesY, vxscan::ThreadCount(0), [&](int k) {
+    const int x0 = (k % tilesX) * tile, y0 = (k / tilesX) * tile;
+    writer.Write(
+        RenderWindow(scene, x0, y0, std::min(tile, o.width - x0), std::min(tile, o.height - y0)));
+  });
+  writer.Commit();
+  return scene.truth;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -72,6 +73,32 @@ TEST(ResampleScanThreads, ThreeThreads_WriteTheSameImageAsOne) {
   ASSERT_EQ(a.Height(), b.Height());
   EXPECT_EQ(a.ReadWindow(0, 0, a.Width(), a.Height()).pixels,
             b.ReadWindow(0, 0, b.Width(), b.Height()).pixels);
+}
+
+// Written tile by tile on the pool, the scan is the one drawn whole, rounded to 8 bits.
+TEST(WriteSyntheticScanThreads, Tiles_EqualTheWholeScan) {
+  const TVxCameraInfo camera = TestCamera();
+  const TTemplates templates = TestTemplates(camera, true);
+  TVxSyntheticScanOptions options = DefaultScanOptions();
+  options.width = 1100;
+  options.height = 700;
+  options.damaged = {5};
+  const TVxSyntheticScan whole =
+      RenderSyntheticScan(camera, templates.set, templates.images, options);
+  const std::string path = TempPath("tiled_synthetic.tif");
+  const auto truth = WriteSyntheticScan(path, camera, templates.set, templates.images, options);
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  EXPECT_EQ(truth, whole.truth);
+  const TVxRaster tiled = image.ReadWindow(0, 0, image.Width(), image.Height());
+  ASSERT_EQ(tiled.pixels.size(), whole.raster.pixels.size());
+  std::size_t differing = 0;
+  for (std::size_t i = 0; i < tiled.pixels.size(); ++i) {
+    const double expected =
+        std::clamp(std::round(static_cast<double>(whole.raster.pixels[i])), 0.0, 255.0);
+    if (static_cast<double>(tiled.pixels[i]) != expected) ++differing;
+  }
+  EXPECT_EQ(differing, 0u);
 }
 
 }  // namespace
