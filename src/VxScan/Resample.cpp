@@ -130,7 +130,7 @@ TVxResampleResult ResampleScan(const TVxScanImage& scan, const TVxCameraInfo& ca
   const double geo[6] = {-0.5 * image.width * pixelMm, pixelMm, 0.0,
                          0.5 * image.height * pixelMm, 0.0,     -pixelMm};
   vxscan::TRasterFileWriter writer(outputPath, image.width, image.height, scan.Bits(),
-                                   options.tileSize, geo);
+                                   options.tileSize, geo, options.compress);
 
   const int tile = options.tileSize;
   const int tilesX = (image.width + tile - 1) / tile;

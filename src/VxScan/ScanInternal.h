@@ -53,13 +53,14 @@ double CubicKernel(double s);
 void GaussianSmooth(TVxRaster& raster, double sigma);
 
 // A GeoTIFF written by windows from several threads: created under a temporary name in the
-// target's folder, tiled, one grey band of 8 or 16 bits, its geotransform (GDAL's six numbers,
-// for the outer corner of the top-left pixel) set; renamed over the target by Commit. Destroyed
-// without Commit, it removes the temporary file. Throws TVxScanError naming the target.
+// target's folder, tiled, one grey band of 8 or 16 bits, DEFLATE or uncompressed, its geotransform
+// (GDAL's six numbers, for the outer corner of the top-left pixel) set; renamed over the target by
+// Commit. Destroyed without Commit, it removes the temporary file. Throws TVxScanError naming the
+// target.
 class TRasterFileWriter {
  public:
   TRasterFileWriter(const std::string& path, int width, int height, int bits, int tileSize,
-                    const double geoTransform[6]);
+                    const double geoTransform[6], bool compress = true);
   ~TRasterFileWriter();
   TRasterFileWriter(const TRasterFileWriter&) = delete;
   TRasterFileWriter& operator=(const TRasterFileWriter&) = delete;

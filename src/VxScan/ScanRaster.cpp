@@ -19,11 +19,18 @@
 
 namespace {
 
+// GDAL's block cache, unless GDAL_CACHEMAX says otherwise.
+constexpr GIntBig kCacheBytes = GIntBig{128} << 20;
+
 // GDAL's drivers are registered once per process; GDAL guards the registration itself.
 void RegisterDrivers() {
   static std::once_flag once;
   std::call_once(once, [] {
     GDALAllRegister();
+    // GDAL caches blocks up to 5 % of the memory by default; the windows of a scan are read
+    // once or twice each, so a smaller cache keeps resampling a large scan within bounds.
+    // GDAL_CACHEMAX in the environment still decides where it is set.
+    if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr) == nullptr) GDALSetCacheMax64(kCacheBytes);
     // The scan library reports its own errors; GDAL's go into the messages, not to stderr.
     CPLSetErrorHandler(CPLQuietErrorHandler);
   });
@@ -310,7 +317,7 @@ struct TRasterFileWriter::TImpl {
 };
 
 TRasterFileWriter::TRasterFileWriter(const std::string& path, int width, int height, int bits,
-                                     int tileSize, const double geoTransform[6])
+                                     int tileSize, const double geoTransform[6], bool compress)
     : impl_(new TImpl) {
   RegisterDrivers();
   impl_->path = path;
@@ -332,7 +339,7 @@ TRasterFileWriter::TRasterFileWriter(const std::string& path, int width, int hei
   creation = CSLSetNameValue(creation, "TILED", "YES");
   creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
   creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
-  creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+  if (compress) creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
   // Classic TIFF ends at 4 GB; deflate rarely doubles a scan, so BigTIFF from 2 GB on.
   if (bytes > 2.0e9) creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
   CPLErrorReset();
