@@ -483,7 +483,7 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
   result.orientationScore = orientationScore[static_cast<std::size_t>(best)];
   result.secondOrientationScore = second;
 
-  // Fine measurement about each coarse peak of the orientation taken.
+  // The coarse peaks of the orientation taken; scores and positions are refined below.
   struct TFine {
     TVxRaster window;
     TVxRaster templ;
@@ -491,9 +491,10 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
     Vec2 position;
     double score = 0.0;
   };
-  std::vector<TFine> fine(nMarks);
   const int reach = reduction + 2;  // coarse peak error, full pixels
   const int margin = 4;             // for the re-correlation's cubic and 3 × 3 neighbourhood
+  std::vector<Vec2> pixels(nMarks);
+  std::vector<int> candidates;
   for (std::size_t i = 0; i < nMarks; ++i) {
     TVxMarkReport& report = result.marks[i];
     const TCoarse& task = coarse[static_cast<std::size_t>(best) * nMarks + i];
@@ -503,55 +504,23 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
       report.status = TVxMarkStatus::OutsideScan;
       continue;
     }
-    const TVxRaster& templ = markSet[i]->full[static_cast<std::size_t>(best)];
-    const Vec2 c = Centre(templ);
-    const int x0 = static_cast<int>(std::lround(task.position.x - c.x)) - reach - margin;
-    const int y0 = static_cast<int>(std::lround(task.position.y - c.y)) - reach - margin;
-    fine[i].window = scan.ReadWindow(x0, y0, templ.width + 2 * (reach + margin),
-                                     templ.height + 2 * (reach + margin));
     report.score = task.peak.score;
     report.secondScore = task.peak.secondScore;
-    report.status = TVxMarkStatus::Measured;
     report.coordsPix = task.position;
-  }
-  vxscan::ParallelFor(static_cast<int>(nMarks), threads, [&](int k) {
-    const std::size_t i = static_cast<std::size_t>(k);
-    if (markSet[i] == nullptr || result.marks[i].status != TVxMarkStatus::Measured) return;
-    const TVxRaster& templ = markSet[i]->full[static_cast<std::size_t>(best)];
-    const TVxCorrelationPeak peak = FindTemplate(fine[i].window, templ, true);
-    if (!peak.found) return;
-    const Vec2 c = Centre(templ);
-    fine[i].ok = true;
-    fine[i].score = peak.score;
-    fine[i].position = {fine[i].window.x0 + peak.offset.x + c.x,
-                        fine[i].window.y0 + peak.offset.y + c.y};
-  });
-  Progress(options, 0.9);
-
-  std::vector<Vec2> pixels(nMarks);
-  std::vector<int> candidates;
-  for (std::size_t i = 0; i < nMarks; ++i) {
-    TVxMarkReport& report = result.marks[i];
-    if (report.status != TVxMarkStatus::Measured) continue;
+    pixels[i] = task.position;
     // The second peak is the coarse search's: only its window is wide enough to hold one.
-    const double coarseScore = report.score;
-    if (fine[i].ok) {
-      report.coordsPix = fine[i].position;
-      report.score = fine[i].score;
-    }
-    pixels[i] = report.coordsPix;
-    if (!(report.score >= options.minScore)) {
-      report.status = TVxMarkStatus::LowScore;
-    } else if (coarseScore > 0.0 &&
-               report.secondScore >= options.maxSecondPeakRatio * coarseScore) {
+    if (task.peak.score > 0.0 &&
+        task.peak.secondScore >= options.maxSecondPeakRatio * task.peak.score) {
       report.status = TVxMarkStatus::Ambiguous;
     } else {
+      report.status = TVxMarkStatus::Measured;
       candidates.push_back(static_cast<int>(i));
     }
   }
 
   // Robust selection: sets the status Rejected of the marks it leaves out, returns the kept.
-  const auto selectMarks = [&]() {
+  // `tight`: the leave-one-out stage as well (positions at full resolution only).
+  const auto selectMarks = [&](bool tight) {
     // The largest set of marks that one similarity explains, from every pair of marks.
     const bool reflect = orientation.mirrored;
     const double consensusPx = kConsensusMm / mmPerPixel;
@@ -614,7 +583,7 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
     const bool affine = options.transformType != TTransformType::Similarity;
     const std::size_t minKept = affine ? 4 : 3;
     const double limitPx = options.rejectResidualUm / 1000.0 / mmPerPixel;
-    while (kept.size() >= minKept) {
+    while (tight && kept.size() >= minKept) {
       std::vector<double> loo;
       for (int k : kept) loo.push_back(LeaveOneOut(layout, pixels, kept, k, affine, reflect));
       std::size_t worst = 0;
@@ -642,11 +611,12 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
     }
     return kept;
   };
-  std::vector<int> kept = selectMarks();
+  std::vector<int> kept = selectMarks(false);
 
-  // Second pass: the templates warped by the linear part of the fit of the kept marks (scale,
-  // a small turn, shear), so that a scan whose scale is off by a few per cent measures as well
-  // as one at the templates' scale; then the selection again.
+  // Full resolution: the templates warped by the linear part of the fit of the coarse marks
+  // that agree (scale, a small turn, shear; the orientation's matrix alone when there is no
+  // fit), so that a scan whose scale is off by a few per cent measures as well as one at the
+  // templates' scale; then the selection again.
   TAffine fitted;
   bool haveFit = false;
   {
@@ -667,8 +637,11 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
       haveFit = true;
     }
   }
-  if (haveFit) {
-    const double linear[4] = {fitted.a[0], fitted.a[1], fitted.a[3], fitted.a[4]};
+  {
+    int om[4];
+    vxscan::OrientationMatrix(orientation, om);
+    const double linear[4] = {haveFit ? fitted.a[0] : om[0], haveFit ? fitted.a[1] : om[1],
+                              haveFit ? fitted.a[3] : om[2], haveFit ? fitted.a[4] : om[3]};
     std::vector<TFine> secondPass(nMarks);
     for (int k : candidates) {
       const std::size_t i = static_cast<std::size_t>(k);
@@ -676,10 +649,10 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
       const TVxRaster warped = WarpTemplate(markSet[i]->cropped, linear);
       if (warped.width < 3 || warped.height < 3) continue;
       const Vec2 c = Centre(warped);
-      const int x0 = static_cast<int>(std::lround(pixels[i].x - c.x)) - 2 - margin;
-      const int y0 = static_cast<int>(std::lround(pixels[i].y - c.y)) - 2 - margin;
-      task.window = scan.ReadWindow(x0, y0, warped.width + 2 * (2 + margin),
-                                    warped.height + 2 * (2 + margin));
+      const int x0 = static_cast<int>(std::lround(pixels[i].x - c.x)) - reach - margin;
+      const int y0 = static_cast<int>(std::lround(pixels[i].y - c.y)) - reach - margin;
+      task.window = scan.ReadWindow(x0, y0, warped.width + 2 * (reach + margin),
+                                    warped.height + 2 * (reach + margin));
       task.templ = warped;
     }
     vxscan::ParallelFor(static_cast<int>(nMarks), threads, [&](int k) {
@@ -698,18 +671,26 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
       task.score = peak.score;
       task.position = {task.window.x0 + peak.offset.x + c.x, task.window.y0 + peak.offset.y + c.y};
     });
+    std::vector<int> found;
     for (int k : candidates) {
       const std::size_t i = static_cast<std::size_t>(k);
       TVxMarkReport& report = result.marks[i];
       report.status = TVxMarkStatus::Measured;
       report.residualPix = 0.0;
-      if (!secondPass[i].ok) continue;
-      pixels[i] = secondPass[i].position;
-      report.coordsPix = secondPass[i].position;
-      report.score = secondPass[i].score;
+      if (secondPass[i].ok) {
+        pixels[i] = secondPass[i].position;
+        report.coordsPix = secondPass[i].position;
+        report.score = secondPass[i].score;
+      }
+      if (!secondPass[i].ok || !(report.score >= options.minScore))
+        report.status = TVxMarkStatus::LowScore;
+      else
+        found.push_back(k);
     }
-    kept = selectMarks();
+    candidates = found;
+    kept = selectMarks(true);
   }
+  Progress(options, 0.9);
 
   // The measurements of the kept marks, in the camera's order, and their residuals.
   std::sort(kept.begin(), kept.end());

@@ -43,32 +43,38 @@ float SampleBilinear(const TVxRaster& r, double x, double y) {
   const double fx = std::floor(x), fy = std::floor(y);
   const int ix = static_cast<int>(fx) - r.x0, iy = static_cast<int>(fy) - r.y0;
   if (ix < 0 || iy < 0 || ix + 1 >= r.width || iy + 1 >= r.height) return 0.0f;
-  const double tx = x - fx, ty = y - fy;
-  const double top =
-      (1.0 - tx) * static_cast<double>(r.At(ix, iy)) + tx * static_cast<double>(r.At(ix + 1, iy));
-  const double bottom = (1.0 - tx) * static_cast<double>(r.At(ix, iy + 1)) +
-                        tx * static_cast<double>(r.At(ix + 1, iy + 1));
-  return static_cast<float>((1.0 - ty) * top + ty * bottom);
+  const float tx = static_cast<float>(x - fx), ty = static_cast<float>(y - fy);
+  const float* row0 = &r.pixels[static_cast<std::size_t>(iy) * static_cast<std::size_t>(r.width) +
+                                static_cast<std::size_t>(ix)];
+  const float* row1 = row0 + r.width;
+  const float top = row0[0] + tx * (row0[1] - row0[0]);
+  const float bottom = row1[0] + tx * (row1[1] - row1[0]);
+  return top + ty * (bottom - top);
+}
+
+// Keys' cubic convolution weights (a = -0.5) of the four samples around a fraction t in [0, 1),
+// its polynomial pieces written out.
+void CubicWeights(float t, float w[4]) {
+  w[0] = ((-0.5f * t + 1.0f) * t - 0.5f) * t;
+  w[1] = (1.5f * t - 2.5f) * t * t + 1.0f;
+  w[2] = ((-1.5f * t + 2.0f) * t + 0.5f) * t;
+  w[3] = (0.5f * t - 0.5f) * t * t;
 }
 
 float SampleBicubic(const TVxRaster& r, double x, double y) {
   const double fx = std::floor(x), fy = std::floor(y);
   const int ix = static_cast<int>(fx) - r.x0, iy = static_cast<int>(fy) - r.y0;
   if (ix < 1 || iy < 1 || ix + 2 >= r.width || iy + 2 >= r.height) return SampleBilinear(r, x, y);
-  const double tx = x - fx, ty = y - fy;
-  const double wx[4] = {vxscan::CubicKernel(1.0 + tx), vxscan::CubicKernel(tx),
-                        vxscan::CubicKernel(1.0 - tx), vxscan::CubicKernel(2.0 - tx)};
-  const double wy[4] = {vxscan::CubicKernel(1.0 + ty), vxscan::CubicKernel(ty),
-                        vxscan::CubicKernel(1.0 - ty), vxscan::CubicKernel(2.0 - ty)};
-  double sum = 0.0;
-  for (int m = 0; m < 4; ++m) {
-    const float* row =
-        &r.pixels[static_cast<std::size_t>(iy + m - 1) * static_cast<std::size_t>(r.width) +
-                  static_cast<std::size_t>(ix - 1)];
-    sum += wy[m] * (wx[0] * static_cast<double>(row[0]) + wx[1] * static_cast<double>(row[1]) +
-                    wx[2] * static_cast<double>(row[2]) + wx[3] * static_cast<double>(row[3]));
-  }
-  return static_cast<float>(sum);
+  float wx[4], wy[4];
+  CubicWeights(static_cast<float>(x - fx), wx);
+  CubicWeights(static_cast<float>(y - fy), wy);
+  const float* row =
+      &r.pixels[static_cast<std::size_t>(iy - 1) * static_cast<std::size_t>(r.width) +
+                static_cast<std::size_t>(ix - 1)];
+  float sum = 0.0f;
+  for (int m = 0; m < 4; ++m, row += r.width)
+    sum += wy[m] * (wx[0] * row[0] + wx[1] * row[1] + wx[2] * row[2] + wx[3] * row[3]);
+  return sum;
 }
 
 }  // namespace
@@ -169,24 +175,28 @@ TVxResampleResult ResampleScan(const TVxScanImage& scan, const TVxCameraInfo& ca
       const int sy1 = static_cast<int>(std::ceil(std::min(maxY, limit))) + kSourcePad;
       const TVxRaster source = scan.ReadWindow(sx0, sy0, sx1 - sx0 + 1, sy1 - sy0 + 1);
       if (source.width > 0) {
+        const bool bilinear = options.interpolation == TVxInterpolation::Bilinear;
+        const double right = scan.Width() - 0.5, bottom = scan.Height() - 0.5;
         for (int y = 0; y < th; ++y) {
           const int j = y / kNodeStep;
           const double v = static_cast<double>(y - j * kNodeStep) / kNodeStep;
-          for (int x = 0; x < tw; ++x) {
-            const int i = x / kNodeStep;
-            const double u = static_cast<double>(x - i * kNodeStep) / kNodeStep;
+          float* target = &out.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(tw)];
+          for (int i = 0; i * kNodeStep < tw; ++i) {
+            // Along a row the map is linear within a cell: its start and its step a pixel.
             const Vec2& a = nodes[static_cast<std::size_t>(j * nx + i)];
             const Vec2& b = nodes[static_cast<std::size_t>(j * nx + i + 1)];
             const Vec2& cc = nodes[static_cast<std::size_t>((j + 1) * nx + i)];
             const Vec2& d = nodes[static_cast<std::size_t>((j + 1) * nx + i + 1)];
-            const double px = (1 - v) * ((1 - u) * a.x + u * b.x) + v * ((1 - u) * cc.x + u * d.x);
-            const double py = (1 - v) * ((1 - u) * a.y + u * b.y) + v * ((1 - u) * cc.y + u * d.y);
-            if (!std::isfinite(px) || !std::isfinite(py) || px < -0.5 || py < -0.5 ||
-                px > scan.Width() - 0.5 || py > scan.Height() - 0.5)
-              continue;
-            out.At(x, y) = options.interpolation == TVxInterpolation::Bilinear
-                               ? SampleBilinear(source, px, py)
-                               : SampleBicubic(source, px, py);
+            const double sx = a.x + v * (cc.x - a.x), sy = a.y + v * (cc.y - a.y);
+            const double ex = b.x + v * (d.x - b.x), ey = b.y + v * (d.y - b.y);
+            const double stepX = (ex - sx) / kNodeStep, stepY = (ey - sy) / kNodeStep;
+            const int end = std::min(tw, (i + 1) * kNodeStep);
+            for (int x = i * kNodeStep; x < end; ++x) {
+              const int step = x - i * kNodeStep;
+              const double px = sx + step * stepX, py = sy + step * stepY;
+              if (!(px >= -0.5 && py >= -0.5 && px <= right && py <= bottom)) continue;
+              target[x] = bilinear ? SampleBilinear(source, px, py) : SampleBicubic(source, px, py);
+            }
           }
         }
       }
