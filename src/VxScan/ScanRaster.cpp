@@ -4,6 +4,7 @@
 #include <cpl_error.h>
 #include <cpl_string.h>
 #include <gdal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -208,7 +209,22 @@ const char* DriverName(TVxRasterFormat format) {
   return "GTiff";
 }
 
-// A name for the temporary file in the target's folder, reserved by creating it empty.
+// The process's file creation mask, read without changing it (umask() would, for a moment, for
+// every thread): from /proc/self/status, else the common 022.
+mode_t CreationMask() {
+  std::FILE* status = std::fopen("/proc/self/status", "r");
+  unsigned mask = 022;
+  if (status != nullptr) {
+    char line[256];
+    while (std::fgets(line, sizeof line, status) != nullptr)
+      if (std::sscanf(line, "Umask: %o", &mask) == 1) break;
+    std::fclose(status);
+  }
+  return static_cast<mode_t>(mask);
+}
+
+// A name for the temporary file in the target's folder, reserved by creating it empty, with the
+// permissions of a new file (0666 less the creation mask), not mkstemp's 0600.
 std::string ReserveTemporaryName(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
@@ -217,6 +233,7 @@ std::string ReserveTemporaryName(const std::string& path) {
   buffer.push_back('\0');
   const int fd = mkstemp(buffer.data());
   if (fd < 0) return std::string();
+  fchmod(fd, static_cast<mode_t>(0666) & ~CreationMask());
   close(fd);
   return std::string(buffer.data());
 }

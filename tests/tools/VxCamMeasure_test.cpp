@@ -165,6 +165,22 @@ TEST_F(VxCamMeasure, Resample_WritesTheImageAndItsMapThatMeasuresUnturned) {
   EXPECT_EQ(report["measured"], 8);
 }
 
+TEST_F(VxCamMeasure, DemoWithScan_WritesMeasuresSolvesAndResamplesASyntheticScan) {
+  const CommandRun run =
+      Call({"--scan", "-o", Path("demo"), "--examples", std::string(VX_SOURCE_DIR) + "/examples"},
+           vxcam::RunDemo);
+  ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("Orientation:     90°"));
+  EXPECT_THAT(run.out, HasSubstr("Marks measured:  4 / 4"));
+  EXPECT_THAT(run.out, HasSubstr("(nearest quarter turn: 90°)"));
+  EXPECT_TRUE(std::filesystem::exists(Path("demo/scan/rc10_synthetic_scan.tif")));
+  EXPECT_TRUE(std::filesystem::exists(Path("demo/scan/rc10_synthetic_camera.tif")));
+  // Files made under a temporary name get the permissions of a new file, not 0600.
+  const auto permissions =
+      std::filesystem::status(Path("demo/scan/rc10_synthetic_scan.tif")).permissions();
+  EXPECT_NE(permissions & std::filesystem::perms::others_read, std::filesystem::perms::none);
+}
+
 TEST_F(VxCamMeasure, Resample_UnsolvableMeasurements_WriteNothing) {
   std::ofstream(Path("two.yaml")) << "camera_type: Fiducials\npoints:\n"
                                      "  - {index: 1, coords_pix: {x: 1, y: 2}}\n"
