@@ -179,11 +179,8 @@ TEST(MeasureMarks, DefaultSearchRadius_FindsAScanOffByMillimetres) {
   options.scaleX = options.scaleY = 1.04;
   const TVxSyntheticScan scan =
       RenderSyntheticScan(camera, templates.set, templates.images, options);
-  const std::string path = TempPath("offcentre.tif");
-  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
-  const TVxScanMeasurement result = MeasureMarks(TVxScanImage(path), camera, templates.set,
-                                                 templates.images, TVxMeasureOptions());
-  std::remove(path.c_str());
+  const TVxScanMeasurement result =
+      WriteAndMeasure(scan.raster, camera, templates, "offcentre", 0.0);
   EXPECT_EQ(result.meas.marks.size(), 8u);
   EXPECT_LT(RmsToTruth(result.meas, scan), kRmsLimitPx);
 }
@@ -199,13 +196,7 @@ TEST(MeasureMarks, DefectsOnTheMarks_MoveThemByLessThanAPixel) {
   options.scratches = 10;
   const TVxSyntheticScan scan =
       RenderSyntheticScan(camera, templates.set, templates.images, options);
-  const std::string path = TempPath("defects.tif");
-  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
-  TVxMeasureOptions measure;
-  measure.searchRadiusMm = 3.0;
-  const TVxScanMeasurement result =
-      MeasureMarks(TVxScanImage(path), camera, templates.set, templates.images, measure);
-  std::remove(path.c_str());
+  const TVxScanMeasurement result = WriteAndMeasure(scan.raster, camera, templates, "defects");
   EXPECT_EQ(result.quarterTurns, 0);
   EXPECT_GE(result.meas.marks.size(), 7u);
   const double rms = RmsToTruth(result.meas, scan);
@@ -245,13 +236,7 @@ TEST(MeasureMarks, MarkWithoutTemplate_IsReportedSo) {
   const TTemplates templates = TestTemplates(TestCamera(), false);
   const TVxSyntheticScan scan =
       RenderSyntheticScan(TestCamera(), templates.set, templates.images, DefaultScanOptions());
-  const std::string path = TempPath("notemplate.tif");
-  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
-  TVxMeasureOptions measure;
-  measure.searchRadiusMm = 3.0;
-  const TVxScanMeasurement result =
-      MeasureMarks(TVxScanImage(path), camera, templates.set, templates.images, measure);
-  std::remove(path.c_str());
+  const TVxScanMeasurement result = WriteAndMeasure(scan.raster, camera, templates, "notemplate");
   EXPECT_EQ(result.marks[4].status, TVxMarkStatus::NoTemplate);
   EXPECT_EQ(result.meas.marks.size(), 7u);
 }

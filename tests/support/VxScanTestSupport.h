@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -105,6 +106,19 @@ inline TVxSyntheticScanOptions DefaultScanOptions() {
 // A path in the test's temporary folder, unique to this process.
 inline std::string TempPath(const std::string& name) {
   return ::testing::TempDir() + "vxscan_" + std::to_string(::getpid()) + "_" + name;
+}
+
+// The scan written as an 8-bit TIFF and measured, with `searchRadiusMm` (0 the default).
+inline TVxScanMeasurement WriteAndMeasure(const TVxRaster& raster, const TVxCameraInfo& camera,
+                                          const TTemplates& templates, const std::string& name,
+                                          double searchRadiusMm = 3.0) {
+  const std::string path = TempPath(name + ".tif");
+  WriteRaster(path, raster, TVxRasterWriteOptions());
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  TVxMeasureOptions measure;
+  measure.searchRadiusMm = searchRadiusMm;
+  return MeasureMarks(image, camera, templates.set, templates.images, measure);
 }
 
 // Root mean square of the distances of the measured marks from the truth; -1 without marks.

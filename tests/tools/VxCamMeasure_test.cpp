@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "VxCamCall.h"
 #include "VxCamCommands.h"
 #include "VxCamFiles.h"
 #include "VxIntOrSolve.h"
@@ -21,21 +22,9 @@ namespace {
 using testing::HasSubstr;
 using namespace vx_scan_test;
 
-struct CommandRun {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-CommandRun Call(const vxcam::TArgs& args, vxcam::TRunFunction command = vxcam::RunMeasure) {
-  std::istringstream in;
-  std::ostringstream out, err;
-  vxcam::TIo io{in, out, err};
-  CommandRun run;
-  run.status = command(args, io);
-  run.out = out.str();
-  run.err = err.str();
-  return run;
+// vxcam measure.
+CommandRun Measure(const vxcam::TArgs& args) {
+  return Call(vxcam::RunMeasure, args);
 }
 
 // A folder with the camera, its templates (a YAML file and one TIFF a template) and a scan
@@ -80,8 +69,9 @@ class VxCamMeasure : public testing::Test {
 };
 
 TEST_F(VxCamMeasure, SyntheticScan_WritesMeasurementsThatSolve) {
-  const CommandRun run = Call({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"),
-                               "-o", Path("measured.yaml"), "--search-radius", "3"});
+  const CommandRun run =
+      Measure({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+               Path("measured.yaml"), "--search-radius", "3"});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Orientation:"));
   EXPECT_THAT(run.out, HasSubstr("90°, mirrored"));
@@ -98,8 +88,9 @@ TEST_F(VxCamMeasure, SyntheticScan_WritesMeasurementsThatSolve) {
 }
 
 TEST_F(VxCamMeasure, Json_ReportsEveryMark) {
-  const CommandRun run = Call({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"),
-                               "-o", Path("measured.yaml"), "--json", "--threads", "2"});
+  const CommandRun run =
+      Measure({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+               Path("measured.yaml"), "--json", "--threads", "2"});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
   const auto report = nlohmann::json::parse(run.out);
   EXPECT_EQ(report["quarter_turns"], 1);
@@ -111,8 +102,8 @@ TEST_F(VxCamMeasure, Json_ReportsEveryMark) {
 }
 
 TEST_F(VxCamMeasure, MissingScan_IsAFileErrorAndWritesNothing) {
-  const CommandRun run = Call({Path("none.tif"), Path("camera.yaml"), Path("templates/marks.yaml"),
-                               "-o", Path("measured.yaml")});
+  const CommandRun run = Measure({Path("none.tif"), Path("camera.yaml"),
+                                  Path("templates/marks.yaml"), "-o", Path("measured.yaml")});
   EXPECT_EQ(run.status, vxcam::kExitFileError);
   EXPECT_THAT(run.err, HasSubstr("cannot read the raster '" + Path("none.tif") + "'"));
   EXPECT_FALSE(std::filesystem::exists(Path("measured.yaml")));
@@ -120,8 +111,8 @@ TEST_F(VxCamMeasure, MissingScan_IsAFileErrorAndWritesNothing) {
 
 TEST_F(VxCamMeasure, MissingTemplateImage_NamesItAndWritesNothing) {
   std::filesystem::remove(Path("templates/mark3.tif"));
-  const CommandRun run = Call({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"),
-                               "-o", Path("measured.yaml")});
+  const CommandRun run = Measure({Path("scan.tif"), Path("camera.yaml"),
+                                  Path("templates/marks.yaml"), "-o", Path("measured.yaml")});
   EXPECT_EQ(run.status, vxcam::kExitFileError);
   EXPECT_THAT(run.err, HasSubstr(Path("templates") + "/mark3.tif"));
   EXPECT_FALSE(std::filesystem::exists(Path("measured.yaml")));
@@ -129,8 +120,9 @@ TEST_F(VxCamMeasure, MissingTemplateImage_NamesItAndWritesNothing) {
 
 TEST_F(VxCamMeasure, BlankScan_IsNotSolvedAndWritesNothing) {
   WriteRaster(Path("blank.tif"), TVxRaster(kScanSize, kScanSize, 180.0f), TVxRasterWriteOptions());
-  const CommandRun run = Call({Path("blank.tif"), Path("camera.yaml"), Path("templates/marks.yaml"),
-                               "-o", Path("measured.yaml"), "--search-radius", "2"});
+  const CommandRun run =
+      Measure({Path("blank.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+               Path("measured.yaml"), "--search-radius", "2"});
   EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
   EXPECT_THAT(run.err, HasSubstr("fewer than two marks measured; nothing written"));
   EXPECT_THAT(run.out, HasSubstr("correlation too low"));
@@ -138,13 +130,13 @@ TEST_F(VxCamMeasure, BlankScan_IsNotSolvedAndWritesNothing) {
 }
 
 TEST_F(VxCamMeasure, Resample_WritesTheImageAndItsMapThatMeasuresUnturned) {
-  ASSERT_EQ(Call({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
-                  Path("measured.yaml"), "--search-radius", "3"})
+  ASSERT_EQ(Measure({Path("scan.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+                     Path("measured.yaml"), "--search-radius", "3"})
                 .status,
             vxcam::kExitSuccess);
-  const CommandRun run = Call({Path("scan.tif"), Path("camera.yaml"), Path("measured.yaml"), "-o",
-                               Path("image.tif"), "--pixel-size", "25", "--bilinear"},
-                              vxcam::RunResample);
+  const CommandRun run =
+      Call(vxcam::RunResample, {Path("scan.tif"), Path("camera.yaml"), Path("measured.yaml"), "-o",
+                                Path("image.tif"), "--pixel-size", "25", "--bilinear"});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Written: " + Path("image.tif") + "\n"));
   EXPECT_THAT(run.out, HasSubstr("Written: " + Path("image.tif.pix_to_cam.yaml") + "\n"));
@@ -156,8 +148,9 @@ TEST_F(VxCamMeasure, Resample_WritesTheImageAndItsMapThatMeasuresUnturned) {
   EXPECT_DOUBLE_EQ(map.map->matrix[0], 0.025);
   EXPECT_DOUBLE_EQ(map.map->matrix[4], -0.025);
   // The image measures as a scan in the camera's own orientation.
-  const CommandRun again = Call({Path("image.tif"), Path("camera.yaml"),
-                                 Path("templates/marks.yaml"), "-o", Path("again.yaml"), "--json"});
+  const CommandRun again =
+      Measure({Path("image.tif"), Path("camera.yaml"), Path("templates/marks.yaml"), "-o",
+               Path("again.yaml"), "--json"});
   ASSERT_EQ(again.status, vxcam::kExitSuccess) << again.err;
   const auto report = nlohmann::json::parse(again.out);
   EXPECT_EQ(report["quarter_turns"], 0);
@@ -166,9 +159,8 @@ TEST_F(VxCamMeasure, Resample_WritesTheImageAndItsMapThatMeasuresUnturned) {
 }
 
 TEST_F(VxCamMeasure, DemoWithScan_WritesMeasuresSolvesAndResamplesASyntheticScan) {
-  const CommandRun run =
-      Call({"--scan", "-o", Path("demo"), "--examples", std::string(VX_SOURCE_DIR) + "/examples"},
-           vxcam::RunDemo);
+  const CommandRun run = Call(vxcam::RunDemo, {"--scan", "-o", Path("demo"), "--examples",
+                                               std::string(VX_SOURCE_DIR) + "/examples"});
   ASSERT_EQ(run.status, vxcam::kExitSuccess) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Orientation:     90°"));
   EXPECT_THAT(run.out, HasSubstr("Marks measured:  4 / 4"));
@@ -185,9 +177,8 @@ TEST_F(VxCamMeasure, Resample_UnsolvableMeasurements_WriteNothing) {
   std::ofstream(Path("two.yaml")) << "camera_type: Fiducials\npoints:\n"
                                      "  - {index: 1, coords_pix: {x: 1, y: 2}}\n"
                                      "rotation: \"0\"\n";
-  const CommandRun run =
-      Call({Path("scan.tif"), Path("camera.yaml"), Path("two.yaml"), "-o", Path("image.tif")},
-           vxcam::RunResample);
+  const CommandRun run = Call(vxcam::RunResample, {Path("scan.tif"), Path("camera.yaml"),
+                                                   Path("two.yaml"), "-o", Path("image.tif")});
   EXPECT_EQ(run.status, vxcam::kExitCheckFailed);
   EXPECT_FALSE(std::filesystem::exists(Path("image.tif")));
   EXPECT_FALSE(std::filesystem::exists(Path("image.tif.pix_to_cam.yaml")));
