@@ -3,12 +3,15 @@
 //    the templates' pixel size and the camera's calibrated marks;
 // 2. correlate each orientation's turned templates over windows of a reduced image, and take
 //    the orientation whose marks correlate best on average;
-// 3. correlate again at full resolution in a small window about each coarse peak, and refine to
-//    sub-pixel (FindTemplate's method);
-// 4. keep the largest set of marks that one similarity explains (from every pair of marks), then
-//    drop, one at a time, the mark that the others' fit predicts worst while it is beyond the
-//    limit, so that a wrong mark cannot pull the others;
-// 5. solve the interior orientation of the kept marks for their residuals.
+// 3. keep the largest set of coarse peaks that one similarity explains (from every pair of
+//    marks), and fit an affine map to them;
+// 4. correlate again at full resolution in a small window about each coarse peak, with the
+//    templates warped by that map's linear part, refine to sub-pixel (FindTemplate's method),
+//    and once more with the exposure under the mark made even;
+// 5. select again: the similarity's consensus, then drop, one at a time, the mark that the
+//    others' fit predicts worst while it is beyond the limit, so that a wrong mark cannot pull
+//    the others;
+// 6. solve the interior orientation of the kept marks for their residuals.
 
 #include <algorithm>
 #include <array>
