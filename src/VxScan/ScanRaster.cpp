@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -133,27 +134,44 @@ TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
   raster = TVxRaster(x2 - x1, y2 - y1);
   raster.x0 = x1;
   raster.y0 = y1;
-  std::vector<float> band;
-  if (impl_->greyBands > 1) band.resize(raster.pixels.size());
+  const auto readFailed = [&] {
+    throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
+                       std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
+  };
+  if (impl_->greyBands == 1) {
+    // The samples in their own type under the lock, turned into floats after it, so that
+    // threads reading windows of one scan wait for each other as little as they can.
+    const bool bytes = impl_->bits == 8;
+    std::vector<std::uint8_t> samples8(bytes ? raster.pixels.size() : 0);
+    std::vector<std::uint16_t> samples16(bytes ? 0 : raster.pixels.size());
+    {
+      std::lock_guard<std::mutex> lock(impl_->mutex);
+      CPLErrorReset();
+      void* target =
+          bytes ? static_cast<void*>(samples8.data()) : static_cast<void*>(samples16.data());
+      if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
+                       raster.height, target, raster.width, raster.height,
+                       bytes ? GDT_Byte : GDT_UInt16, 0, 0) != CE_None)
+        readFailed();
+    }
+    for (std::size_t i = 0; i < raster.pixels.size(); ++i)
+      raster.pixels[i] = bytes ? static_cast<float>(samples8[i]) : static_cast<float>(samples16[i]);
+    return raster;
+  }
+  std::vector<float> band(raster.pixels.size());
   std::lock_guard<std::mutex> lock(impl_->mutex);
   for (int b = 1; b <= impl_->greyBands; ++b) {
     float* target = b == 1 ? raster.pixels.data() : band.data();
     CPLErrorReset();
-    const CPLErr error =
-        GDALRasterIO(GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
-                     raster.height, target, raster.width, raster.height, GDT_Float32, 0, 0);
-    if (error != CE_None) {
-      throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
-                         std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
-    }
-    if (b > 1) {
+    if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
+                     raster.height, target, raster.width, raster.height, GDT_Float32, 0,
+                     0) != CE_None)
+      readFailed();
+    if (b > 1)
       for (std::size_t i = 0; i < band.size(); ++i) raster.pixels[i] += band[i];
-    }
   }
-  if (impl_->greyBands > 1) {
-    const float scale = 1.0f / static_cast<float>(impl_->greyBands);
-    for (float& value : raster.pixels) value *= scale;
-  }
+  const float scale = 1.0f / static_cast<float>(impl_->greyBands);
+  for (float& value : raster.pixels) value *= scale;
   return raster;
 }
 
