@@ -67,6 +67,20 @@ const TVxScanImage& OpenOnce(const std::string& path) {
   return *image;
 }
 
+// The files the benchmark writes, removed when the program ends. Made before any file is
+// written (and its removal registered), so that it outlives the removal.
+std::vector<std::string>& Leftovers() {
+  static std::vector<std::string> files;
+  static const bool registered = [] {
+    std::atexit([] {
+      for (const std::string& file : Leftovers()) std::remove(file.c_str());
+    });
+    return true;
+  }();
+  static_cast<void>(registered);
+  return files;
+}
+
 const TBenchScan& Scan() {
   static TBenchScan scan = [] {
     TBenchScan s;
@@ -112,10 +126,12 @@ const TBenchScan& Scan() {
     o.scratches = 40;
     const std::string id = std::to_string(::getpid());
     s.compressedPath = "/tmp/vxscan_bench_" + id + ".tif";
+    Leftovers().push_back(s.compressedPath);
     WriteSyntheticScan(s.compressedPath, s.camera, s.templates, s.images, o);
     // The same pixels uncompressed in memory-backed storage: reading is then a copy.
     const std::string shm = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
     s.uncompressedPath = shm + "/vxscan_bench_" + id + "_raw.tif";
+    Leftovers().push_back(s.uncompressedPath);
     {
       const TVxScanImage source(s.compressedPath);
       TVxPixToCamMap identity;
@@ -131,10 +147,6 @@ const TBenchScan& Scan() {
     std::string message;
     if (!SolveIntOr(measured.meas, s.camera, &solution, &message)) std::abort();
     s.map = solution.map;
-    std::atexit([] {
-      std::remove(Scan().compressedPath.c_str());
-      std::remove(Scan().uncompressedPath.c_str());
-    });
     return s;
   }();
   return scan;
