@@ -10,7 +10,7 @@ packages=(
   libyaml-cpp-dev libcli11-dev nlohmann-json3-dev librsvg2-bin libpng-dev
   clang libclang-rt-14-dev
   python3-jsonschema python3-yaml help2man
-  libpugixml-dev libopencv-dev
+  libpugixml-dev libopencv-dev libgdal-dev
   pybind11-dev python3-dev python3-numpy python3-pytest mypy
   "$@"
 )

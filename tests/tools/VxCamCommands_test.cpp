@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "VxCamApp.h"
+#include "VxCamCall.h"
 #include "VxCamCommands.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
@@ -36,25 +37,6 @@ const std::string kRadial = kExamples + "/cameras/rc10_radial.yaml";
 const std::string kFormula = kExamples + "/cameras/rc10_formula.yaml";
 const std::string kData = VX_SOURCE_DIR "/tests/tools/data";
 const std::string kScan = kExamples + "/measurements/rc10_scan_complete.yaml";
-
-// A command's run with its input and both outputs kept.
-struct CommandRun {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-CommandRun Call(vxcam::TRunFunction command, const vxcam::TArgs& args,
-                const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  vxcam::TIo io{in, out, err};
-  CommandRun run;
-  run.status = command(args, io);
-  run.out = out.str();
-  run.err = err.str();
-  return run;
-}
 
 // A fresh folder per test, removed afterwards.
 class VxCamCommands : public testing::Test {

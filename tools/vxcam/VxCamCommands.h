@@ -73,6 +73,15 @@ int RunImport(const TArgs& args, TIo& io);
 // FORMAT, it follows from the output's name.
 int RunExport(const TArgs& args, TIo& io);
 
+// Scans of film (VxScan.h).
+// vxcam measure SCAN CAMERA TEMPLATES -o MEASUREMENTS [--search-radius MM] [--threads N]
+// [--json]; status 1 when fewer than two marks are measured (nothing is written then).
+int RunMeasure(const TArgs& args, TIo& io);
+// vxcam resample SCAN CAMERA MEASUREMENTS|MAP -o IMAGE [--pixel-size UM] [--undistort]
+// [--bilinear] [--threads N] [--json]: the scan in camera geometry, and its pixel-to-camera map
+// beside it in IMAGE.pix_to_cam.yaml.
+int RunResample(const TArgs& args, TIo& io);
+
 // The whole program: global options (--help, --version, --lang) and the command found in
 // `commands` by argv[1..]. Starts and stops the library around the command.
 int RunMain(const std::vector<TCommand>& commands, int argc, const char* const* argv, TIo& io);

@@ -18,6 +18,8 @@ int main(int argc, char** argv) {
       {"demo", vxcam::RunDemo, "vxcam.demo.summary"},
       {"import", vxcam::RunImport, "vxcam.import.summary"},
       {"export", vxcam::RunExport, "vxcam.export.summary"},
+      {"measure", vxcam::RunMeasure, "vxcam.measure.summary"},
+      {"resample", vxcam::RunResample, "vxcam.resample.summary"},
   };
   // The standard streams buffer on their own: standard input tells how much it holds, so that
   // transform writes its results whenever the input pauses rather than after every line.

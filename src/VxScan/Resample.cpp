@@ -1,0 +1,215 @@
+// Resampling a scan into camera geometry, tile by tile on a small pool of threads.
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include "ScanInternal.h"
+#include "VxCameraMath.h"
+#include "VxScanResample.h"
+#include "VxTransform.h"
+
+namespace {
+
+using Vec2 = vec_t_<double, 2>;
+
+// The map from image to scan is exact at nodes this many pixels apart and bilinear between
+// them: for a distortion of 100 µm at the film's corner (a strong lens), the bilinear error
+// over 8 pixels of 12 µm is below 1e-4 px.
+constexpr int kNodeStep = 8;
+// Source pixels around a tile's mapped nodes read besides: the cubic's reach and rounding.
+constexpr int kSourcePad = 3;
+
+struct TImageGeometry {
+  int width = 0;
+  int height = 0;
+  double pixelMm = 0.0;
+  Vec2 ToCamera(double column, double row) const {
+    return {(column - 0.5 * (width - 1)) * pixelMm, (0.5 * (height - 1) - row) * pixelMm};
+  }
+};
+
+// Scan pixel (x, y) of a camera point through the inverse of the scan's map.
+Vec2 ApplyMatrix(const std::array<double, 9>& m, const Vec2& p) {
+  const double w = m[6] * p.x + m[7] * p.y + m[8];
+  return {(m[0] * p.x + m[1] * p.y + m[2]) / w, (m[3] * p.x + m[4] * p.y + m[5]) / w};
+}
+
+float SampleBilinear(const TVxRaster& r, double x, double y) {
+  const double fx = std::floor(x), fy = std::floor(y);
+  const int ix = static_cast<int>(fx) - r.x0, iy = static_cast<int>(fy) - r.y0;
+  if (ix < 0 || iy < 0 || ix + 1 >= r.width || iy + 1 >= r.height) return 0.0f;
+  const float tx = static_cast<float>(x - fx), ty = static_cast<float>(y - fy);
+  const float* row0 = &r.pixels[static_cast<std::size_t>(iy) * static_cast<std::size_t>(r.width) +
+                                static_cast<std::size_t>(ix)];
+  const float* row1 = row0 + r.width;
+  const float top = row0[0] + tx * (row0[1] - row0[0]);
+  const float bottom = row1[0] + tx * (row1[1] - row1[0]);
+  return top + ty * (bottom - top);
+}
+
+// Keys' cubic convolution weights (a = -0.5) of the four samples around a fraction t in [0, 1),
+// its polynomial pieces written out.
+void CubicWeights(float t, float w[4]) {
+  w[0] = ((-0.5f * t + 1.0f) * t - 0.5f) * t;
+  w[1] = (1.5f * t - 2.5f) * t * t + 1.0f;
+  w[2] = ((-1.5f * t + 2.0f) * t + 0.5f) * t;
+  w[3] = (0.5f * t - 0.5f) * t * t;
+}
+
+float SampleBicubic(const TVxRaster& r, double x, double y) {
+  const double fx = std::floor(x), fy = std::floor(y);
+  const int ix = static_cast<int>(fx) - r.x0, iy = static_cast<int>(fy) - r.y0;
+  if (ix < 1 || iy < 1 || ix + 2 >= r.width || iy + 2 >= r.height) return SampleBilinear(r, x, y);
+  float wx[4], wy[4];
+  CubicWeights(static_cast<float>(x - fx), wx);
+  CubicWeights(static_cast<float>(y - fy), wy);
+  const float* row =
+      &r.pixels[static_cast<std::size_t>(iy - 1) * static_cast<std::size_t>(r.width) +
+                static_cast<std::size_t>(ix - 1)];
+  float sum = 0.0f;
+  for (int m = 0; m < 4; ++m, row += r.width)
+    sum += wy[m] * (wx[0] * row[0] + wx[1] * row[1] + wx[2] * row[2] + wx[3] * row[3]);
+  return sum;
+}
+
+}  // namespace
+
+TVxResampleResult ResampleScan(const TVxScanImage& scan, const TVxCameraInfo& camera,
+                               const TVxPixToCamMap& scanMap, const std::string& outputPath,
+                               const TVxResampleOptions& options) {
+  const auto fail = [&](const std::string& reason) {
+    throw TVxScanError("cannot resample the scan '" + scan.Path() + "': " + reason);
+  };
+  std::array<double, 9> camToPix;
+  try {
+    camToPix = scanMap.InverseMatrix();
+  } catch (const std::invalid_argument& e) {
+    fail(e.what());
+  }
+  if (scanMap.pixelYAxis != TVxPixelYAxis::Down)
+    fail("the map's pixel y axis must count the rows downwards");
+  const auto toCamera = [&](double x, double y) { return ApplyMatrix(scanMap.matrix, Vec2(x, y)); };
+  // The scan's pixel, mm: the mean length of a pixel step at the scan's centre.
+  const Vec2 c = toCamera(0.5 * (scan.Width() - 1), 0.5 * (scan.Height() - 1));
+  const double scanPixelMm =
+      0.5 * ((toCamera(0.5 * (scan.Width() - 1) + 1.0, 0.5 * (scan.Height() - 1)) - c).Length() +
+             (toCamera(0.5 * (scan.Width() - 1), 0.5 * (scan.Height() - 1) + 1.0) - c).Length());
+  const double pixelMm = options.pixelSizeUm > 0.0 ? options.pixelSizeUm / 1000.0 : scanPixelMm;
+  if (!(pixelMm > 0.0) || !std::isfinite(pixelMm)) fail("the pixel size is not a positive number");
+  if (options.tileSize < 16 || options.tileSize % 16 != 0)
+    fail("the tile size must be a multiple of 16, not " + std::to_string(options.tileSize));
+
+  // The scan's extent in the camera system, symmetric about the origin.
+  double halfX = 0.0, halfY = 0.0;
+  const double corners[4][2] = {{-0.5, -0.5},
+                                {scan.Width() - 0.5, -0.5},
+                                {-0.5, scan.Height() - 0.5},
+                                {scan.Width() - 0.5, scan.Height() - 0.5}};
+  for (const auto& corner : corners) {
+    const Vec2 p = toCamera(corner[0], corner[1]);
+    halfX = std::max(halfX, std::abs(p.x));
+    halfY = std::max(halfY, std::abs(p.y));
+  }
+  TImageGeometry image;
+  image.pixelMm = pixelMm;
+  const double largest = 1 << 20;  // pixels a side: TIFF's and memory's sanity
+  if (!(halfX / pixelMm < largest && halfY / pixelMm < largest))
+    fail("the image would be too large");
+  image.width = 2 * static_cast<int>(std::floor(halfX / pixelMm)) + 1;
+  image.height = 2 * static_cast<int>(std::floor(halfY / pixelMm)) + 1;
+
+  TransformHandle mmToCam;
+  if (options.undistort) mmToCam = CreateMmToCamTransform(camera);
+
+  TVxResampleResult result;
+  result.width = image.width;
+  result.height = image.height;
+  result.pixelSizeUm = pixelMm * 1000.0;
+  result.map.matrix = {pixelMm, 0.0,      -0.5 * (image.width - 1) * pixelMm,
+                       0.0,     -pixelMm, 0.5 * (image.height - 1) * pixelMm,
+                       0.0,     0.0,      1.0};
+  const double geo[6] = {-0.5 * image.width * pixelMm, pixelMm, 0.0,
+                         0.5 * image.height * pixelMm, 0.0,     -pixelMm};
+  vxscan::TRasterFileWriter writer(outputPath, image.width, image.height, scan.Bits(),
+                                   options.tileSize, geo, options.compress);
+
+  const int tile = options.tileSize;
+  const int tilesX = (image.width + tile - 1) / tile;
+  const int tilesY = (image.height + tile - 1) / tile;
+  const int count = tilesX * tilesY;
+  std::atomic<int> done{0};
+  const auto work = [&](int k) {
+    const int tx0 = (k % tilesX) * tile, ty0 = (k / tilesX) * tile;
+    const int tw = std::min(tile, image.width - tx0), th = std::min(tile, image.height - ty0);
+    // Nodes every kNodeStep pixels over the tile, the last one at or beyond its end.
+    const int nx = (tw + kNodeStep - 1) / kNodeStep + 1, ny = (th + kNodeStep - 1) / kNodeStep + 1;
+    std::vector<Vec2> nodes(static_cast<std::size_t>(nx) * static_cast<std::size_t>(ny));
+    for (int j = 0; j < ny; ++j)
+      for (int i = 0; i < nx; ++i)
+        nodes[static_cast<std::size_t>(j * nx + i)] =
+            image.ToCamera(tx0 + i * kNodeStep, ty0 + j * kNodeStep);
+    if (mmToCam.second != nullptr)
+      mmToCam.second->TransformPoints(nodes.data(), nodes.data(), nodes.size());
+    double minX = std::numeric_limits<double>::infinity(), minY = minX, maxX = -minX, maxY = -minX;
+    for (Vec2& node : nodes) {
+      node = ApplyMatrix(camToPix, node);
+      if (!std::isfinite(node.x) || !std::isfinite(node.y)) continue;
+      minX = std::min(minX, node.x);
+      maxX = std::max(maxX, node.x);
+      minY = std::min(minY, node.y);
+      maxY = std::max(maxY, node.y);
+    }
+    TVxRaster out(tw, th, 0.0f);
+    out.x0 = tx0;
+    out.y0 = ty0;
+    if (minX <= maxX) {
+      const double limit = 4.0 * (scan.Width() + scan.Height());
+      const int sx0 = static_cast<int>(std::floor(std::max(minX, -limit))) - kSourcePad;
+      const int sy0 = static_cast<int>(std::floor(std::max(minY, -limit))) - kSourcePad;
+      const int sx1 = static_cast<int>(std::ceil(std::min(maxX, limit))) + kSourcePad;
+      const int sy1 = static_cast<int>(std::ceil(std::min(maxY, limit))) + kSourcePad;
+      const TVxRaster source = scan.ReadWindow(sx0, sy0, sx1 - sx0 + 1, sy1 - sy0 + 1);
+      if (source.width > 0) {
+        const bool bilinear = options.interpolation == TVxInterpolation::Bilinear;
+        const double right = scan.Width() - 0.5, bottom = scan.Height() - 0.5;
+        for (int y = 0; y < th; ++y) {
+          const int j = y / kNodeStep;
+          const double v = static_cast<double>(y - j * kNodeStep) / kNodeStep;
+          float* target = &out.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(tw)];
+          for (int i = 0; i * kNodeStep < tw; ++i) {
+            // Along a row the map is linear within a cell: its start and its step a pixel.
+            const Vec2& a = nodes[static_cast<std::size_t>(j * nx + i)];
+            const Vec2& b = nodes[static_cast<std::size_t>(j * nx + i + 1)];
+            const Vec2& cc = nodes[static_cast<std::size_t>((j + 1) * nx + i)];
+            const Vec2& d = nodes[static_cast<std::size_t>((j + 1) * nx + i + 1)];
+            const double sx = a.x + v * (cc.x - a.x), sy = a.y + v * (cc.y - a.y);
+            const double ex = b.x + v * (d.x - b.x), ey = b.y + v * (d.y - b.y);
+            const double stepX = (ex - sx) / kNodeStep, stepY = (ey - sy) / kNodeStep;
+            const int end = std::min(tw, (i + 1) * kNodeStep);
+            for (int x = i * kNodeStep; x < end; ++x) {
+              const int step = x - i * kNodeStep;
+              const double px = sx + step * stepX, py = sy + step * stepY;
+              if (!(px >= -0.5 && py >= -0.5 && px <= right && py <= bottom)) continue;
+              target[x] = bilinear ? SampleBilinear(source, px, py) : SampleBicubic(source, px, py);
+            }
+          }
+        }
+      }
+    }
+    writer.Write(out);
+    ++done;
+  };
+  const int threads = vxscan::ThreadCount(options.threads);
+  // Rows of tiles in turn, so that the progress can be told between them from this thread.
+  for (int row = 0; row < tilesY; ++row) {
+    vxscan::ParallelFor(tilesX, threads, [&](int i) { work(row * tilesX + i); });
+    if (options.progress) options.progress(static_cast<double>(done) / count);
+  }
+  writer.Commit();
+  return result;
+}

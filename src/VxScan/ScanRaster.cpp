@@ -1,0 +1,427 @@
+// Reading and writing rasters through GDAL. Nothing of GDAL leaves this file.
+
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_string.h>
+#include <gdal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ScanInternal.h"
+#include "VxScan.h"
+
+namespace {
+
+// GDAL's block cache, unless GDAL_CACHEMAX says otherwise.
+constexpr GIntBig kCacheBytes = GIntBig{128} << 20;
+
+// GDAL's drivers are registered once per process; GDAL guards the registration itself.
+void RegisterDrivers() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    GDALAllRegister();
+    // GDAL caches blocks up to 5 % of the memory by default; the windows of a scan are read
+    // once or twice each, so a smaller cache keeps resampling a large scan within bounds.
+    // GDAL_CACHEMAX in the environment still decides where it is set.
+    if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr) == nullptr) GDALSetCacheMax64(kCacheBytes);
+    // The scan library reports its own errors; GDAL's go into the messages, not to stderr.
+    CPLSetErrorHandler(CPLQuietErrorHandler);
+  });
+}
+
+std::string LastGdalError() {
+  const char* text = CPLGetLastErrorMsg();
+  return (text != nullptr && *text != '\0') ? std::string(text) : std::string("GDAL failed");
+}
+
+std::string Quoted(const std::string& path) {
+  return "'" + path + "'";
+}
+
+}  // namespace
+
+struct TVxScanImage::TImpl {
+  std::string path;
+  GDALDatasetH dataset = nullptr;
+  int width = 0;
+  int height = 0;
+  int bits = 8;
+  int bands = 1;
+  // The bands averaged into one grey value: 1, or the first three of a colour raster.
+  int greyBands = 1;
+  std::mutex mutex;
+
+  ~TImpl() {
+    if (dataset != nullptr) GDALClose(dataset);
+  }
+};
+
+TVxScanImage::TVxScanImage(const std::string& path) : impl_(new TImpl) {
+  RegisterDrivers();
+  impl_->path = path;
+  CPLErrorReset();
+  impl_->dataset = GDALOpen(path.c_str(), GA_ReadOnly);
+  if (impl_->dataset == nullptr) {
+    const std::string reason = LastGdalError();
+    delete impl_;
+    throw TVxScanError("cannot read the raster " + Quoted(path) + ": " + reason);
+  }
+  impl_->width = GDALGetRasterXSize(impl_->dataset);
+  impl_->height = GDALGetRasterYSize(impl_->dataset);
+  impl_->bands = GDALGetRasterCount(impl_->dataset);
+  if (impl_->bands < 1 || impl_->width < 1 || impl_->height < 1) {
+    delete impl_;
+    throw TVxScanError("the raster " + Quoted(path) + " holds no image");
+  }
+  impl_->greyBands = impl_->bands >= 3 ? 3 : 1;
+  const GDALDataType type = GDALGetRasterDataType(GDALGetRasterBand(impl_->dataset, 1));
+  impl_->bits = type == GDT_Byte ? 8 : 16;
+}
+
+TVxScanImage::~TVxScanImage() {
+  delete impl_;
+}
+
+TVxScanImage::TVxScanImage(TVxScanImage&& other) noexcept : impl_(other.impl_) {
+  other.impl_ = nullptr;
+}
+
+TVxScanImage& TVxScanImage::operator=(TVxScanImage&& other) noexcept {
+  if (this != &other) {
+    delete impl_;
+    impl_ = other.impl_;
+    other.impl_ = nullptr;
+  }
+  return *this;
+}
+
+int TVxScanImage::Width() const {
+  return impl_->width;
+}
+int TVxScanImage::Height() const {
+  return impl_->height;
+}
+int TVxScanImage::Bits() const {
+  return impl_->bits;
+}
+int TVxScanImage::Bands() const {
+  return impl_->bands;
+}
+const std::string& TVxScanImage::Path() const {
+  return impl_->path;
+}
+
+TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
+  const int x1 = std::max(x, 0);
+  const int y1 = std::max(y, 0);
+  const int x2 = std::min(x + width, impl_->width);
+  const int y2 = std::min(y + height, impl_->height);
+  TVxRaster raster;
+  if (x2 <= x1 || y2 <= y1) {
+    raster.x0 = x1;
+    raster.y0 = y1;
+    return raster;
+  }
+  raster = TVxRaster(x2 - x1, y2 - y1);
+  raster.x0 = x1;
+  raster.y0 = y1;
+  const auto readFailed = [&] {
+    throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
+                       std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
+  };
+  if (impl_->greyBands == 1) {
+    // The samples in their own type under the lock, turned into floats after it, so that
+    // threads reading windows of one scan wait for each other as little as they can.
+    const bool bytes = impl_->bits == 8;
+    std::vector<std::uint8_t> samples8(bytes ? raster.pixels.size() : 0);
+    std::vector<std::uint16_t> samples16(bytes ? 0 : raster.pixels.size());
+    {
+      std::lock_guard<std::mutex> lock(impl_->mutex);
+      CPLErrorReset();
+      void* target =
+          bytes ? static_cast<void*>(samples8.data()) : static_cast<void*>(samples16.data());
+      if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
+                       raster.height, target, raster.width, raster.height,
+                       bytes ? GDT_Byte : GDT_UInt16, 0, 0) != CE_None)
+        readFailed();
+    }
+    for (std::size_t i = 0; i < raster.pixels.size(); ++i)
+      raster.pixels[i] = bytes ? static_cast<float>(samples8[i]) : static_cast<float>(samples16[i]);
+    return raster;
+  }
+  std::vector<float> band(raster.pixels.size());
+  std::lock_guard<std::mutex> lock(impl_->mutex);
+  for (int b = 1; b <= impl_->greyBands; ++b) {
+    float* target = b == 1 ? raster.pixels.data() : band.data();
+    CPLErrorReset();
+    if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
+                     raster.height, target, raster.width, raster.height, GDT_Float32, 0,
+                     0) != CE_None)
+      readFailed();
+    if (b > 1)
+      for (std::size_t i = 0; i < band.size(); ++i) raster.pixels[i] += band[i];
+  }
+  const float scale = 1.0f / static_cast<float>(impl_->greyBands);
+  for (float& value : raster.pixels) value *= scale;
+  return raster;
+}
+
+TVxRaster TVxScanImage::ReadReduced(int x, int y, int width, int height, int factor) const {
+  if (factor <= 1) return ReadWindow(x, y, width, height);
+  const int reducedWidth = impl_->width / factor;
+  const int reducedHeight = impl_->height / factor;
+  const int x1 = std::max(x, 0);
+  const int y1 = std::max(y, 0);
+  const int x2 = std::min(x + width, reducedWidth);
+  const int y2 = std::min(y + height, reducedHeight);
+  TVxRaster reduced;
+  reduced.x0 = x1;
+  reduced.y0 = y1;
+  if (x2 <= x1 || y2 <= y1) return reduced;
+  const TVxRaster full =
+      ReadWindow(x1 * factor, y1 * factor, (x2 - x1) * factor, (y2 - y1) * factor);
+  reduced = TVxRaster(x2 - x1, y2 - y1);
+  reduced.x0 = x1;
+  reduced.y0 = y1;
+  // Block means, summed row by row so that the full window is read once in order.
+  std::vector<float> rowSums(static_cast<std::size_t>(reduced.width));
+  const float scale = 1.0f / static_cast<float>(factor * factor);
+  for (int j = 0; j < reduced.height; ++j) {
+    std::fill(rowSums.begin(), rowSums.end(), 0.0f);
+    for (int dy = 0; dy < factor; ++dy) {
+      const float* row = &full.pixels[static_cast<std::size_t>(j * factor + dy) *
+                                      static_cast<std::size_t>(full.width)];
+      for (int i = 0; i < reduced.width; ++i) {
+        float sum = 0.0f;
+        for (int dx = 0; dx < factor; ++dx) sum += row[i * factor + dx];
+        rowSums[static_cast<std::size_t>(i)] += sum;
+      }
+    }
+    for (int i = 0; i < reduced.width; ++i)
+      reduced.At(i, j) = rowSums[static_cast<std::size_t>(i)] * scale;
+  }
+  return reduced;
+}
+
+namespace {
+
+const char* DriverName(TVxRasterFormat format) {
+  switch (format) {
+    case TVxRasterFormat::Png:
+      return "PNG";
+    case TVxRasterFormat::Jpeg:
+      return "JPEG";
+    case TVxRasterFormat::Tiff:
+    case TVxRasterFormat::BigTiff:
+      break;
+  }
+  return "GTiff";
+}
+
+// The process's file creation mask, read without changing it (umask() would, for a moment, for
+// every thread): from /proc/self/status, else the common 022.
+mode_t CreationMask() {
+  std::FILE* status = std::fopen("/proc/self/status", "r");
+  unsigned mask = 022;
+  if (status != nullptr) {
+    char line[256];
+    while (std::fgets(line, sizeof line, status) != nullptr)
+      if (std::sscanf(line, "Umask: %o", &mask) == 1) break;
+    std::fclose(status);
+  }
+  return static_cast<mode_t>(mask);
+}
+
+// A name for the temporary file in the target's folder, reserved by creating it empty, with the
+// permissions of a new file (0666 less the creation mask), not mkstemp's 0600.
+std::string ReserveTemporaryName(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+  std::string name = folder + ".vxscan-XXXXXX";
+  std::vector<char> buffer(name.begin(), name.end());
+  buffer.push_back('\0');
+  const int fd = mkstemp(buffer.data());
+  if (fd < 0) return std::string();
+  fchmod(fd, static_cast<mode_t>(0666) & ~CreationMask());
+  close(fd);
+  return std::string(buffer.data());
+}
+
+}  // namespace
+
+void WriteRaster(const std::string& path, const TVxRaster& raster,
+                 const TVxRasterWriteOptions& options) {
+  RegisterDrivers();
+  const auto fail = [&](const std::string& reason) {
+    throw TVxScanError("cannot write the raster " + Quoted(path) + ": " + reason);
+  };
+  if (raster.width < 1 || raster.height < 1 ||
+      raster.pixels.size() !=
+          static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height))
+    fail("the image is empty");
+  if (options.bits != 8 && options.bits != 16)
+    fail("bits must be 8 or 16, not " + std::to_string(options.bits));
+  if (options.format == TVxRasterFormat::Jpeg && options.bits != 8) fail("JPEG holds 8 bits only");
+  GDALDriverH driver = GDALGetDriverByName(DriverName(options.format));
+  GDALDriverH memory = GDALGetDriverByName("MEM");
+  if (driver == nullptr || memory == nullptr) fail("GDAL has no driver for the format");
+
+  const GDALDataType type = options.bits == 8 ? GDT_Byte : GDT_UInt16;
+  const double top = options.bits == 8 ? 255.0 : 65535.0;
+  GDALDatasetH source = GDALCreate(memory, "", raster.width, raster.height, 1, type, nullptr);
+  if (source == nullptr) fail(LastGdalError());
+  std::vector<double> row(static_cast<std::size_t>(raster.width));
+  CPLErr error = CE_None;
+  for (int y = 0; y < raster.height && error == CE_None; ++y) {
+    for (int x = 0; x < raster.width; ++x) {
+      const double value = static_cast<double>(raster.At(x, y));
+      row[static_cast<std::size_t>(x)] =
+          std::isfinite(value) ? std::clamp(std::round(value), 0.0, top) : 0.0;
+    }
+    error = GDALRasterIO(GDALGetRasterBand(source, 1), GF_Write, 0, y, raster.width, 1, row.data(),
+                         raster.width, 1, GDT_Float64, 0, 0);
+  }
+  if (error != CE_None) {
+    GDALClose(source);
+    fail(LastGdalError());
+  }
+
+  char** creation = nullptr;
+  const std::string tile = std::to_string(options.tileSize);
+  const std::string quality = std::to_string(options.jpegQuality);
+  if (options.format == TVxRasterFormat::Tiff || options.format == TVxRasterFormat::BigTiff) {
+    creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+    if (options.format == TVxRasterFormat::BigTiff)
+      creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
+    if (options.tiled) {
+      creation = CSLSetNameValue(creation, "TILED", "YES");
+      creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+      creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+    }
+  } else if (options.format == TVxRasterFormat::Jpeg) {
+    creation = CSLSetNameValue(creation, "QUALITY", quality.c_str());
+  }
+
+  const std::string temporary = ReserveTemporaryName(path);
+  if (temporary.empty()) {
+    CSLDestroy(creation);
+    GDALClose(source);
+    fail("cannot create a temporary file beside it");
+  }
+  CPLErrorReset();
+  GDALDatasetH written =
+      GDALCreateCopy(driver, temporary.c_str(), source, FALSE, creation, nullptr, nullptr);
+  CSLDestroy(creation);
+  GDALClose(source);
+  std::string reason;
+  if (written == nullptr) {
+    reason = LastGdalError();
+  } else {
+    GDALClose(written);
+    if (CPLGetLastErrorType() >= CE_Failure) reason = LastGdalError();
+  }
+  // Side files that a driver may leave (PNG and JPEG write none with these options).
+  const std::string auxiliary = temporary + ".aux.xml";
+  std::remove(auxiliary.c_str());
+  if (reason.empty() && std::rename(temporary.c_str(), path.c_str()) != 0)
+    reason = "cannot rename the temporary file over it";
+  if (!reason.empty()) {
+    std::remove(temporary.c_str());
+    fail(reason);
+  }
+}
+
+namespace vxscan {
+
+struct TRasterFileWriter::TImpl {
+  std::string path;
+  std::string temporary;
+  GDALDatasetH dataset = nullptr;
+  int bits = 8;
+  bool committed = false;
+  std::mutex mutex;
+};
+
+TRasterFileWriter::TRasterFileWriter(const std::string& path, int width, int height, int bits,
+                                     int tileSize, const double geoTransform[6], bool compress)
+    : impl_(new TImpl) {
+  RegisterDrivers();
+  impl_->path = path;
+  impl_->bits = bits;
+  const auto fail = [&](const std::string& reason) {
+    const std::string message = "cannot write the raster " + Quoted(path) + ": " + reason;
+    if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+    if (!impl_->temporary.empty()) std::remove(impl_->temporary.c_str());
+    delete impl_;
+    throw TVxScanError(message);
+  };
+  GDALDriverH driver = GDALGetDriverByName("GTiff");
+  if (driver == nullptr) fail("GDAL has no GTiff driver");
+  impl_->temporary = ReserveTemporaryName(path);
+  if (impl_->temporary.empty()) fail("cannot create a temporary file beside it");
+  const double bytes = static_cast<double>(width) * height * (bits / 8);
+  const std::string tile = std::to_string(tileSize);
+  char** creation = nullptr;
+  creation = CSLSetNameValue(creation, "TILED", "YES");
+  creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+  creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+  if (compress) creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+  // Classic TIFF ends at 4 GB; deflate rarely doubles a scan, so BigTIFF from 2 GB on.
+  if (bytes > 2.0e9) creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
+  CPLErrorReset();
+  impl_->dataset = GDALCreate(driver, impl_->temporary.c_str(), width, height, 1,
+                              bits == 8 ? GDT_Byte : GDT_UInt16, creation);
+  CSLDestroy(creation);
+  if (impl_->dataset == nullptr) fail(LastGdalError());
+  double transform[6];
+  std::copy(geoTransform, geoTransform + 6, transform);
+  GDALSetGeoTransform(impl_->dataset, transform);
+}
+
+TRasterFileWriter::~TRasterFileWriter() {
+  if (impl_ == nullptr) return;
+  if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+  if (!impl_->committed) std::remove(impl_->temporary.c_str());
+  delete impl_;
+}
+
+void TRasterFileWriter::Write(const TVxRaster& tile) {
+  if (tile.width < 1 || tile.height < 1) return;
+  const double top = impl_->bits == 8 ? 255.0 : 65535.0;
+  std::vector<std::uint16_t> values(tile.pixels.size());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const double v = static_cast<double>(tile.pixels[i]);
+    values[i] =
+        static_cast<std::uint16_t>(std::isfinite(v) ? std::clamp(std::round(v), 0.0, top) : 0.0);
+  }
+  std::lock_guard<std::mutex> lock(impl_->mutex);
+  CPLErrorReset();
+  if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Write, tile.x0, tile.y0, tile.width,
+                   tile.height, values.data(), tile.width, tile.height, GDT_UInt16, 0,
+                   0) != CE_None)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
+}
+
+void TRasterFileWriter::Commit() {
+  CPLErrorReset();
+  GDALClose(impl_->dataset);
+  impl_->dataset = nullptr;
+  if (CPLGetLastErrorType() >= CE_Failure)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
+  std::remove((impl_->temporary + ".aux.xml").c_str());
+  if (std::rename(impl_->temporary.c_str(), impl_->path.c_str()) != 0)
+    throw TVxScanError("cannot write the raster " + Quoted(impl_->path) +
+                       ": cannot rename the temporary file over it");
+  impl_->committed = true;
+}
+
+}  // namespace vxscan
