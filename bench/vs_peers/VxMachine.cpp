@@ -49,75 +49,47 @@ __attribute__((noinline)) std::uint64_t AddChain(std::uint64_t rounds) {
 constexpr double kInstructions256 = 28.0;  // a round
 constexpr double kInstructions512 = 56.0;
 
-__attribute__((noinline, target("avx2"))) void Add256(std::uint64_t rounds) {
-  asm volatile(
-      ".irp r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15\n\tvxorpd %%ymm\\r, %%ymm\\r, "
-      "%%ymm\\r\n\t.endr\n\t"
-      "1:\n\t"
-      ".rept 2\n\t.irp r,0,1,2,3,4,5,6,7,8,9,10,11,12,13\n\tvaddpd %%ymm14, %%ymm15, "
-      "%%ymm\\r\n\t.endr\n\t.endr\n\t"
-      "dec %0\n\t"
-      "jnz 1b\n\t"
-      "vzeroupper"
-      : "+r"(rounds)
-      :
-      : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
-        "xmm11", "xmm12", "xmm13", "xmm14", "xmm15", "cc");
-}
+// A loop of `rounds` rounds, each two blocks of the instruction `op` writing the registers
+// `dests` of kind `reg` ("ymm" or "zmm") from the sources s1 and s2; every register starts at
+// zero. The clobbers name every register the loop touches.
+#define VX_THROUGHPUT_LOOP(name, isa, reg, zero, op, dests, s1, s2, ...)                         \
+  __attribute__((noinline, target(isa))) void name(std::uint64_t rounds) {                       \
+    asm volatile(".irp r," dests "," s1 "," s2 "\n\t" zero " %%" reg "\\r, %%" reg "\\r, %%" reg \
+                 "\\r\n\t.endr\n\t"                                                              \
+                 "1:\n\t"                                                                        \
+                 ".rept 2\n\t.irp r," dests "\n\t" op " %%" reg s1 ", %%" reg s2 ", %%" reg      \
+                 "\\r\n\t.endr\n\t.endr\n\t"                                                     \
+                 "dec %0\n\t"                                                                    \
+                 "jnz 1b\n\t"                                                                    \
+                 "vzeroupper"                                                                    \
+                 : "+r"(rounds)                                                                  \
+                 :                                                                               \
+                 : __VA_ARGS__, "cc");                                                           \
+  }
 
-__attribute__((noinline, target("avx2,fma"))) void Fma256(std::uint64_t rounds) {
-  asm volatile(
-      ".irp r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15\n\tvxorpd %%ymm\\r, %%ymm\\r, "
-      "%%ymm\\r\n\t.endr\n\t"
-      "1:\n\t"
-      ".rept 2\n\t.irp r,0,1,2,3,4,5,6,7,8,9,10,11,12,13\n\tvfmadd231pd %%ymm14, %%ymm15, "
-      "%%ymm\\r\n\t.endr\n\t.endr\n\t"
-      "dec %0\n\t"
-      "jnz 1b\n\t"
-      "vzeroupper"
-      : "+r"(rounds)
-      :
-      : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
-        "xmm11", "xmm12", "xmm13", "xmm14", "xmm15", "cc");
-}
+#define VX_LOW_REGISTERS                                                                   \
+  "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", \
+      "xmm11", "xmm12", "xmm13", "xmm14", "xmm15"
+#define VX_HIGH_REGISTERS                                                                   \
+  "xmm16", "xmm17", "xmm18", "xmm19", "xmm20", "xmm21", "xmm22", "xmm23", "xmm24", "xmm25", \
+      "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31"
+#define VX_DESTS_14 "0,1,2,3,4,5,6,7,8,9,10,11,12,13"
+#define VX_DESTS_28 VX_DESTS_14 ",14,15,16,17,18,19,20,21,22,23,24,25,26,27"
 
-__attribute__((noinline, target("avx512f"))) void Add512(std::uint64_t rounds) {
-  asm volatile(
-      ".irp "
-      "r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27,30,31\n\tvpxorq "
-      "%%zmm\\r, %%zmm\\r, %%zmm\\r\n\t.endr\n\t"
-      "1:\n\t"
-      ".rept 2\n\t.irp "
-      "r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27\n\tvaddpd "
-      "%%zmm30, %%zmm31, %%zmm\\r\n\t.endr\n\t.endr\n\t"
-      "dec %0\n\t"
-      "jnz 1b\n\t"
-      "vzeroupper"
-      : "+r"(rounds)
-      :
-      : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
-        "xmm11", "xmm12", "xmm13", "xmm14", "xmm15", "xmm16", "xmm17", "xmm18", "xmm19", "xmm20",
-        "xmm21", "xmm22", "xmm23", "xmm24", "xmm25", "xmm26", "xmm27", "xmm30", "xmm31", "cc");
-}
+VX_THROUGHPUT_LOOP(Add256, "avx2", "ymm", "vxorpd", "vaddpd", VX_DESTS_14, "14", "15",
+                   VX_LOW_REGISTERS)
+VX_THROUGHPUT_LOOP(Fma256, "avx2,fma", "ymm", "vxorpd", "vfmadd231pd", VX_DESTS_14, "14", "15",
+                   VX_LOW_REGISTERS)
+VX_THROUGHPUT_LOOP(Add512, "avx512f", "zmm", "vpxorq", "vaddpd", VX_DESTS_28, "30", "31",
+                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_THROUGHPUT_LOOP(Fma512, "avx512f", "zmm", "vpxorq", "vfmadd231pd", VX_DESTS_28, "30", "31",
+                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
 
-__attribute__((noinline, target("avx512f"))) void Fma512(std::uint64_t rounds) {
-  asm volatile(
-      ".irp "
-      "r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27,30,31\n\tvpxorq "
-      "%%zmm\\r, %%zmm\\r, %%zmm\\r\n\t.endr\n\t"
-      "1:\n\t"
-      ".rept 2\n\t.irp "
-      "r,0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,22,23,24,25,26,27\n\tvfmadd231pd "
-      "%%zmm30, %%zmm31, %%zmm\\r\n\t.endr\n\t.endr\n\t"
-      "dec %0\n\t"
-      "jnz 1b\n\t"
-      "vzeroupper"
-      : "+r"(rounds)
-      :
-      : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
-        "xmm11", "xmm12", "xmm13", "xmm14", "xmm15", "xmm16", "xmm17", "xmm18", "xmm19", "xmm20",
-        "xmm21", "xmm22", "xmm23", "xmm24", "xmm25", "xmm26", "xmm27", "xmm30", "xmm31", "cc");
-}
+#undef VX_THROUGHPUT_LOOP
+#undef VX_LOW_REGISTERS
+#undef VX_HIGH_REGISTERS
+#undef VX_DESTS_14
+#undef VX_DESTS_28
 
 // The fastest of kTries runs of a vector loop, in instructions a cycle at `clockGHz`.
 double PerCycle(void (*loop)(std::uint64_t), double instructions, double clockGHz) {

@@ -10,10 +10,11 @@ namespace vxpy {
 
 namespace {
 
-// The module's pool, made on the first call that needs threads. A child process made by fork()
-// inherits the pool but not its threads: it makes a pool of its own and leaves the inherited
-// one alone. Pools are never destroyed: at the interpreter's exit their idle threads end with
-// the process, and no destructor joins threads while the runtime is being torn down.
+// The module's pool, made on the first call with threads other than 1 (it starts no thread
+// before a call needs one). A child process made by fork() inherits the pool but not its
+// threads: it makes a pool of its own and leaves the inherited one alone. Pools are never
+// destroyed: at the interpreter's exit their idle threads end with the process, and no destructor
+// joins threads while the runtime is being torn down.
 TVxWorkerPool& Pool() {
   static std::mutex mutex;
   static TVxWorkerPool* pool = nullptr;
@@ -30,10 +31,8 @@ TVxWorkerPool& Pool() {
 
 std::size_t TransformInChunks(const TVx2DTransform& transform, const vec_t_<double, 2>* in,
                               vec_t_<double, 2>* out, std::size_t n, int threads) {
-  // Small arrays and threads=1 never touch the pool.
-  if (TVxWorkerPool::ThreadsFor(threads) == 1 || n < 2 * kVxMinPointsPerChunk) {
-    return transform.TransformPoints(in, out, n);
-  }
+  // threads=1, the default, takes no lock.
+  if (threads == 1) return transform.TransformPoints(in, out, n);
   return TransformPointsInChunks(Pool(), transform, in, out, n, threads, kVxMinPointsPerChunk);
 }
 

@@ -19,9 +19,6 @@ void AddThreadsOption(CLI::App& app, int& threads) {
 
 std::size_t MapPoints(const TVx2DTransform& transform, const vec_t_<double, 2>* in,
                       vec_t_<double, 2>* out, std::size_t n, int threads) {
-  if (TVxWorkerPool::ThreadsFor(threads) == 1 || n < 2 * kMinPointsPerChunk) {
-    return transform.TransformPoints(in, out, n);
-  }
   return TransformPointsInChunks(WorkerPool(), transform, in, out, n, threads, kMinPointsPerChunk);
 }
 
