@@ -72,11 +72,12 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
 };
 
 // The batch call of `transform` on n points cut into contiguous chunks of at least
-// `minChunk` points (a multiple of 8, so that two threads never write the same cache line of
-// `out` when it is aligned to 16 bytes) and run on `pool` with up to `threads` threads (0: every
-// core). Inputs too small for two chunks are mapped on the calling thread alone, without
-// waking the pool. `in` and `out` as for TransformPoints (in place allowed). Returns the number
-// of NaN results; the results are those of transform.TransformPoints(in, out, n), bit for bit.
+// `minChunk` points, rounded up to a multiple of 8 (so that two threads never write the same
+// cache line of `out` when it is aligned to 64 bytes), and run on `pool` with up to `threads`
+// threads (0: every core). Inputs too small for two chunks are mapped on the calling thread alone,
+// without waking the pool. `in` and `out` as for TransformPoints (in place allowed). Returns the
+// number of NaN results; the results are those of transform.TransformPoints(in, out, n), bit for
+// bit.
 VXPARALLEL_EXPORT std::size_t TransformPointsInChunks(TVxWorkerPool& pool,
                                                       const TVx2DTransform& transform,
                                                       const vec_t_<double, 2>* in,

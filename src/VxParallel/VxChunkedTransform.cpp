@@ -7,8 +7,8 @@ namespace {
 // Chunks a thread: more than one, so that a thread slowed by other work on its core leaves its
 // share to the others instead of holding up the call.
 constexpr std::size_t kChunksPerThread = 4;
-// Chunk lengths are multiples of this many points: 128 bytes, whole cache lines of an output
-// aligned to 16 bytes shared by no two chunks.
+// Chunk lengths are multiples of this many points, 128 bytes: when the output is aligned to a
+// cache line (64 bytes), no two chunks write the same line.
 constexpr std::size_t kPointsPerLines = 8;
 
 struct TChunks {
