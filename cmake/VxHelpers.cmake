@@ -76,6 +76,29 @@ function(vx_configure_library name include_dir)
   vx_link_version_script(${name})
 endfunction()
 
+# vx_add_sibling_library(<name> SOURCES ... [PUBLIC_DEPS ...] [PRIVATE_DEPS ...]): a library
+# beside the system whose exported header lies in include/ with the system's and is installed
+# with them (the system's rule installs that folder): hidden symbols, <name>_export.h, no
+# undefined symbol (except where clang's sanitizer or fuzzer runtime is linked into the
+# executable only and leaves its symbols undefined here), installed and exported.
+function(vx_add_sibling_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_DEPS;PRIVATE_DEPS" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(VxCameraUtils::${name} ALIAS ${name})
+  vx_configure_library(${name} "${PROJECT_SOURCE_DIR}/include")
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
+  target_compile_features(${name} PUBLIC cxx_std_17)
+  if(NOT VX_BUILD_FUZZERS AND NOT (VX_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+    target_link_options(${name} PRIVATE "LINKER:--no-undefined")
+  endif()
+  set_property(GLOBAL APPEND PROPERTY VX_PKGCONFIG_LIBS ${name})
+  install(TARGETS ${name} EXPORT VxCameraUtilsTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${VX_INSTALL_INCLUDEDIR})
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/export/${name}_export.h"
+    DESTINATION ${VX_INSTALL_INCLUDEDIR})
+endfunction()
+
 # The version script that keeps standard-library instantiations out of a library's exports.
 function(vx_link_version_script name)
   set(script "${PROJECT_SOURCE_DIR}/cmake/VxLibrary.map")

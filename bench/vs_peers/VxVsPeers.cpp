@@ -2,16 +2,27 @@
 // Brown distortion (projectPoints), inverts it (undistortPoints) and builds resampling grids
 // (initUndistortRectifyMap); and the time of one formula fit of a radial camera.
 //
-// One process, one thread for every contender. Each case runs its contenders one after the
+// One process. Every contender of this library runs on one thread; OpenCV's run on one thread
+// and again with its default number of threads. Each case runs its contenders one after the
 // other within a repetition (interleaved, in an order that rotates), a warm-up repetition first,
 // then `--repetitions` (at least 11) timed ones; it prints the median time of each contender and
-// the median of the per-repetition ratios, and writes everything, per-repetition values included,
-// to a JSON file.
+// the median of the per-repetition ratios against the targets, and writes everything,
+// per-repetition values included, to a JSON file. Before the cases it measures the core's clock
+// and the width of its vector units (VxMachine.h).
+//
+// Inputs cover the whole frame, corners included, and come twice: in row order and shuffled
+// (a fixed permutation). The eight lanes of a vector step together until the slowest has
+// converged, so neighbouring points that need the same number of steps flatter a vector
+// inverse; the targets are met or missed on the shuffled inputs.
 //
 //   VxVsPeers [--repetitions N] [--json FILE] [--callgrind]
 //
-// --callgrind: small sizes, one repetition, this library's contenders only, for instruction
-// counts under valgrind --tool=callgrind (valgrind has no AVX-512: the AVX2 clones run).
+// --callgrind: small sizes, one repetition, this library's contenders and the copies only, no
+// measurement of the machine, for instruction counts under valgrind --tool=callgrind (valgrind
+// has no AVX-512: the AVX2 clones run).
+
+#include <dirent.h>
+#include <emmintrin.h>
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
@@ -19,6 +30,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +41,7 @@
 
 #include "VxCameraMath.h"
 #include "VxGeometry.h"
+#include "VxMachine.h"
 
 namespace {
 
@@ -50,11 +63,12 @@ constexpr double kPrincipalY = -0.002;
 struct TBrown {
   const char* name;
   double k1, k2, p1, p2, k3;
+  double defaultTarget;  // the ratio to undistortPoints' default form aimed at
 };
 // About 0.8 % of the radius at the frame's corner (0.8 mm): a moderate lens.
-constexpr TBrown kModerate{"moderate", -0.01, 0.003, 2e-5, -1e-5, 0.0};
+constexpr TBrown kModerate{"moderate", -0.01, 0.003, 2e-5, -1e-5, 0.0, 15.0};
 // About 12 % of the radius at the corner (12 mm): a strong wide-angle lens.
-constexpr TBrown kStrong{"strong", -0.25, 0.08, 1e-3, -5e-4, -0.01};
+constexpr TBrown kStrong{"strong", -0.25, 0.08, 1e-3, -5e-4, -0.01, 10.0};
 
 // The camera whose camera-to-millimetre transform applies `brown` in millimetres: with
 // x = f x_n, OpenCV's k1 r_n^2 is (k1 / f^2) r^2, and so on; its p1 (the y x term) is our p2
@@ -84,7 +98,8 @@ cv::Mat DistCoeffs(const TBrown& b) {
   return (cv::Mat_<double>(1, 5) << b.k1, b.k2, b.p1, b.p2, b.k3);
 }
 
-// n points spread over the frame in camera coordinates (a lattice, corners included).
+// n points spread over the frame in camera coordinates (a lattice, corners included: the
+// corners lie 94.9 mm from the principal point), in row order.
 std::vector<TPoint> FramePoints(std::size_t n) {
   const auto side = static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(n))));
   std::vector<TPoint> points;
@@ -96,6 +111,43 @@ std::vector<TPoint> FramePoints(std::size_t n) {
                       kPrincipalY - kDmcHalfHeight + 2 * kDmcHalfHeight * v});
   }
   return points;
+}
+
+// A fixed permutation of 0 .. n-1 (Fisher-Yates driven by splitmix64 with a fixed seed), the
+// same on every machine and compiler.
+std::vector<std::size_t> Shuffle(std::size_t n) {
+  constexpr std::uint64_t kSeed = 20;
+  std::uint64_t state = kSeed;
+  const auto next = [&state] {
+    std::uint64_t z = (state += 0x9e3779b97f4a7c15u);
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+    return z ^ (z >> 31);
+  };
+  std::vector<std::size_t> order(n);
+  for (std::size_t i = 0; i < n; ++i) order[i] = i;
+  for (std::size_t i = n; i > 1; --i) {
+    const auto j = static_cast<std::size_t>(next() % i);  // bias below 1e-12: irrelevant here
+    std::swap(order[i - 1], order[j]);
+  }
+  return order;
+}
+
+template <typename T>
+std::vector<T> Permuted(const std::vector<T>& v, const std::vector<std::size_t>& order) {
+  std::vector<T> out(v.size());
+  for (std::size_t i = 0; i < v.size(); ++i) out[i] = v[order[i]];
+  return out;
+}
+
+// The threads of this process now (Linux: the entries of /proc/self/task); 0 where unknown.
+int ThreadsOfProcess() {
+  DIR* tasks = opendir("/proc/self/task");
+  if (tasks == nullptr) return 0;
+  int count = 0;
+  while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
+  closedir(tasks);
+  return count;
 }
 
 double Seconds(const std::function<void()>& run) {
@@ -111,10 +163,11 @@ double Median(std::vector<double> v) {
 }
 
 struct TContender {
-  TContender(std::string name_, std::function<void()> run_)
-      : name(std::move(name_)), run(std::move(run_)) {}
+  TContender(std::string name_, std::function<void()> run_, int cvThreads_ = 1)
+      : name(std::move(name_)), run(std::move(run_)), cvThreads(cvThreads_) {}
   std::string name;
   std::function<void()> run;
+  int cvThreads;  // OpenCV's threads while it runs
   std::vector<double> seconds;
 };
 
@@ -123,10 +176,13 @@ struct TRatio {
   std::string name;
   std::size_t slower;
   std::size_t faster;
-  double target;  // the ratio the case aims at
+  double target;  // the ratio the case aims at; 0: none, shown for information
   bool atMost;    // the target is an upper bound (else a lower bound)
   std::vector<double> values;
 };
+
+// OpenCV's default number of threads, read before the program sets it to one.
+int gCvDefaultThreads = 1;
 
 struct TCase {
   std::string name;
@@ -134,6 +190,20 @@ struct TCase {
   std::vector<TContender> contenders;
   std::vector<TRatio> ratios;
   std::vector<std::pair<std::string, double>> notes;  // accuracy figures
+
+  // Adds a contender; its index, for the ratios.
+  std::size_t Add(std::string contender, std::function<void()> run, int cvThreads = 1) {
+    contenders.emplace_back(std::move(contender), std::move(run), cvThreads);
+    return contenders.size() - 1;
+  }
+  void Ratio(std::string ratio, std::size_t slower, std::size_t faster, double target = 0.0,
+             bool atMost = false) {
+    ratios.push_back({std::move(ratio), slower, faster, target, atMost, {}});
+  }
+  void Note(std::string note, double value) {
+    std::printf("  %-52s %12.3g\n", note.c_str(), value);
+    notes.emplace_back(std::move(note), value);
+  }
 };
 
 struct TOptions {
@@ -152,7 +222,9 @@ void RunCase(TCase& c, const TOptions& options) {
     std::vector<double> t(count);
     for (std::size_t j = 0; j < count; ++j) {
       const std::size_t k = (j + static_cast<std::size_t>(rep)) % count;
+      cv::setNumThreads(c.contenders[k].cvThreads);
       t[k] = Seconds(c.contenders[k].run);
+      cv::setNumThreads(1);
     }
     if (!options.callgrind && rep == 0) continue;  // warm-up
     for (std::size_t k = 0; k < t.size(); ++k) c.contenders[k].seconds.push_back(t[k]);
@@ -161,17 +233,23 @@ void RunCase(TCase& c, const TOptions& options) {
   std::printf("\n%s (%.0f per run)\n", c.name.c_str(), c.points);
   for (const auto& contender : c.contenders) {
     const double median = Median(contender.seconds);
-    std::printf("  %-44s %12.3f ms %10.2f ns each\n", contender.name.c_str(), median * 1e3,
+    std::printf("  %-52s %12.3f ms %10.2f ns each\n", contender.name.c_str(), median * 1e3,
                 median * 1e9 / c.points);
   }
   for (const auto& ratio : c.ratios) {
     const auto [lo, hi] = std::minmax_element(ratio.values.begin(), ratio.values.end());
     const double median = Median(ratio.values);
-    const bool met = ratio.atMost ? median <= ratio.target : median >= ratio.target;
-    std::printf("  ratio %-38s median %8.3f (%.3f .. %.3f), target %s %g: %s\n", ratio.name.c_str(),
-                median, *lo, *hi, ratio.atMost ? "<=" : ">=", ratio.target, met ? "met" : "missed");
+    std::printf("  ratio %-46s median %8.3f (%.3f .. %.3f)", ratio.name.c_str(), median, *lo, *hi);
+    if (ratio.target > 0.0) {
+      const bool met = ratio.atMost ? median <= ratio.target : median >= ratio.target;
+      std::printf(", target %s %g: %s", ratio.atMost ? "<=" : ">=", ratio.target,
+                  met ? "met" : "missed");
+    }
+    std::printf("\n");
   }
-  for (const auto& [name, value] : c.notes) std::printf("  %-44s %12.3g\n", name.c_str(), value);
+  // OpenCV starts the threads of its parallel loops when a call first runs one.
+  if (!options.callgrind)
+    std::printf("  threads of the process after this case: %d\n", ThreadsOfProcess());
 }
 
 void WriteNumbers(std::FILE* f, const std::vector<double>& v) {
@@ -180,14 +258,25 @@ void WriteNumbers(std::FILE* f, const std::vector<double>& v) {
   std::fputc(']', f);
 }
 
-void WriteJson(const std::vector<TCase>& cases, const TOptions& options) {
+void WriteJson(const std::vector<TCase>& cases, const vxbench::TMachine& m,
+               const TOptions& options) {
   std::FILE* f = std::fopen(options.json.c_str(), "w");
   if (f == nullptr) {
     std::fprintf(stderr, "cannot write %s\n", options.json.c_str());
     std::exit(1);
   }
-  std::fprintf(f, "{\n  \"repetitions\": %d,\n  \"opencv\": \"%s\",\n  \"cases\": [\n",
-               options.repetitions, CV_VERSION);
+  std::fprintf(f, "{\n  \"repetitions\": %d,\n  \"opencv\": \"%s\",\n", options.repetitions,
+               CV_VERSION);
+  std::fprintf(f, "  \"opencv_default_threads\": %d,\n", gCvDefaultThreads);
+  std::fprintf(f,
+               "  \"machine\": {\"measured\": %s, \"clock_ghz\": %.4g, \"tsc_ghz\": %.4g, "
+               "\"avx2\": %s, \"fma\": %s, \"avx512f\": %s,\n              "
+               "\"add256_per_cycle\": %.4g, \"fma256_per_cycle\": %.4g, "
+               "\"add512_per_cycle\": %.4g, \"fma512_per_cycle\": %.4g},\n",
+               options.callgrind ? "false" : "true", m.clockGHz, m.tscGHz,
+               m.avx2 ? "true" : "false", m.fma ? "true" : "false", m.avx512f ? "true" : "false",
+               m.add256PerCycle, m.fma256PerCycle, m.add512PerCycle, m.fma512PerCycle);
+  std::fprintf(f, "  \"cases\": [\n");
   for (std::size_t i = 0; i < cases.size(); ++i) {
     const TCase& c = cases[i];
     std::fprintf(f, "    {\"name\": \"%s\", \"points\": %.0f,\n     \"contenders\": [",
@@ -220,8 +309,10 @@ void WriteJson(const std::vector<TCase>& cases, const TOptions& options) {
   std::printf("\nwritten: %s\n", options.json.c_str());
 }
 
-// The memory limit: a plain loop that copies 16-byte points (ordinary stores), and the C
-// library's memcpy (streaming stores for large blocks).
+// The memory limit: a plain loop that copies 16-byte points (ordinary stores: each line of the
+// destination is read before it is written), the C library's memcpy, and a copy with
+// non-temporal stores (the destination's lines are written without being read, as our batch
+// call writes large outputs).
 __attribute__((noinline)) void CopyPoints(const TPoint* in, TPoint* out, std::size_t n) {
   for (std::size_t i = 0; i < n; ++i) out[i] = in[i];
 }
@@ -230,23 +321,40 @@ __attribute__((noinline)) void MemcpyPoints(const TPoint* in, TPoint* out, std::
   std::memcpy(static_cast<void*>(out), in, n * sizeof(TPoint));
 }
 
+// One 16-byte streaming store a point (SSE2, every x86-64); `out` aligned to 16 bytes.
+__attribute__((noinline)) void StreamPoints(const TPoint* in, TPoint* out, std::size_t n) {
+  const auto* from = reinterpret_cast<const double*>(in);
+  auto* to = reinterpret_cast<double*>(out);
+  for (std::size_t i = 0; i < 2 * n; i += 2) _mm_stream_pd(to + i, _mm_loadu_pd(from + i));
+  _mm_sfence();
+}
+
 double Distance(const TPoint& a, const TPoint& b) {
   return std::hypot(a.x - b.x, a.y - b.y);
 }
 
-// Forward: our batch against cv::projectPoints and the copy loop.
+// Forward: our batch on the points in row order and shuffled, against cv::projectPoints (one
+// thread and OpenCV's default) and three copies of the same bytes.
 TCase ForwardCase(std::size_t n, const TOptions& options) {
   const TVxCameraInfo camera = Camera(kModerate, TDirection::CamToMm);
   const TransformHandle handle = CreateCamToMmTransform(camera);
   const TVx2DTransform& transform = *handle.second;
-  const auto in = std::make_shared<std::vector<TPoint>>(FramePoints(n));
+  const std::vector<TPoint> rows = FramePoints(n);
+  const auto in = std::make_shared<std::vector<TPoint>>(rows);
+  const auto shuffled = std::make_shared<std::vector<TPoint>>(Permuted(rows, Shuffle(n)));
   const auto out = std::make_shared<std::vector<TPoint>>(n);
+  const auto outRows = std::make_shared<std::vector<TPoint>>(n);
   const auto copy = std::make_shared<std::vector<TPoint>>(n);
-  // OpenCV's input: the shifted point in normalised coordinates on the plane z = 1.
+  if (reinterpret_cast<std::uintptr_t>(copy->data()) % 16 != 0) {
+    std::fprintf(stderr, "the copy's destination is not aligned to 16 bytes\n");
+    std::exit(1);
+  }
+  // OpenCV's input: the shifted shuffled point in normalised coordinates on the plane z = 1.
   const auto object = std::make_shared<cv::Mat>(static_cast<int>(n), 1, CV_64FC3);
   for (std::size_t i = 0; i < n; ++i) {
-    object->at<cv::Vec3d>(static_cast<int>(i)) = {((*in)[i].x - kPrincipalX) / kDmcFocal,
-                                                  ((*in)[i].y - kPrincipalY) / kDmcFocal, 1.0};
+    object->at<cv::Vec3d>(static_cast<int>(i)) = {((*shuffled)[i].x - kPrincipalX) / kDmcFocal,
+                                                  ((*shuffled)[i].y - kPrincipalY) / kDmcFocal,
+                                                  1.0};
   }
   const auto image = std::make_shared<cv::Mat>(static_cast<int>(n), 1, CV_64FC2);
   const cv::Matx33d k = CameraMatrix(kDmcFocal, 0.0, 0.0);
@@ -255,22 +363,36 @@ TCase ForwardCase(std::size_t n, const TOptions& options) {
   TCase c;
   c.name = "forward, camera to millimetre, " + std::to_string(n) + " points";
   c.points = static_cast<double>(n);
-  c.contenders.push_back({"VxCameraUtils TransformPoints", [&transform, in, out] {
-                            transform.TransformPoints(in->data(), out->data(), in->size());
-                          }});
-  c.contenders.push_back({"copy loop (16-byte points)",
-                          [in, copy] { CopyPoints(in->data(), copy->data(), in->size()); }});
-  c.contenders.push_back(
-      {"memcpy", [in, copy] { MemcpyPoints(in->data(), copy->data(), in->size()); }});
+  const std::size_t ours =
+      c.Add("VxCameraUtils TransformPoints, shuffled", [&transform, shuffled, out] {
+        transform.TransformPoints(shuffled->data(), out->data(), shuffled->size());
+      });
+  const std::size_t oursRows =
+      c.Add("VxCameraUtils TransformPoints, row order", [&transform, in, outRows] {
+        transform.TransformPoints(in->data(), outRows->data(), in->size());
+      });
+  const std::size_t loop = c.Add("copy loop (16-byte points)",
+                                 [in, copy] { CopyPoints(in->data(), copy->data(), in->size()); });
+  const std::size_t mem =
+      c.Add("memcpy", [in, copy] { MemcpyPoints(in->data(), copy->data(), in->size()); });
+  const std::size_t stream = c.Add("streaming copy (_mm_stream_pd)", [in, copy] {
+    StreamPoints(in->data(), copy->data(), in->size());
+  });
   if (!options.callgrind) {
-    c.contenders.push_back({"cv::projectPoints", [object, image, k, dist] {
-                              cv::projectPoints(*object, cv::Vec3d(0, 0, 0), cv::Vec3d(0, 0, 0), k,
-                                                dist, *image);
-                            }});
-    c.ratios.push_back({"projectPoints / ours", 3, 0, 20.0, false, {}});
+    const auto project = [object, image, k, dist] {
+      cv::projectPoints(*object, cv::Vec3d(0, 0, 0), cv::Vec3d(0, 0, 0), k, dist, *image);
+    };
+    const std::size_t cv1 = c.Add("cv::projectPoints, 1 thread", project);
+    const std::size_t cvN =
+        c.Add("cv::projectPoints, " + std::to_string(gCvDefaultThreads) + " threads (default)",
+              project, gCvDefaultThreads);
+    c.Ratio("projectPoints 1 thread / ours", cv1, ours, n < 10000000 ? 25.0 : 0.0);
+    c.Ratio("projectPoints default threads / ours", cvN, ours);
   }
-  c.ratios.push_back({"ours / copy loop", 0, 1, 1.2, true, {}});
-  c.ratios.push_back({"ours / memcpy", 0, 2, 1.2, true, {}});
+  c.Ratio("ours / streaming copy", ours, stream, n >= 10000000 ? 1.1 : 0.0, true);
+  c.Ratio("ours / copy loop", ours, loop);
+  c.Ratio("ours / memcpy", ours, mem);
+  c.Ratio("ours shuffled / ours row order", ours, oursRows);
   RunCase(c, options);
   if (!options.callgrind) {
     double worst = 0.0;
@@ -278,44 +400,77 @@ TCase ForwardCase(std::size_t n, const TOptions& options) {
       const cv::Vec2d q = image->at<cv::Vec2d>(static_cast<int>(i));
       worst = std::max(worst, Distance((*out)[i], {q[0], q[1]}));
     }
-    c.notes.push_back({"largest difference to OpenCV (mm)", worst});
-    std::printf("  %-44s %12.3g\n", c.notes.back().first.c_str(), worst);
+    c.Note("largest difference to OpenCV (mm)", worst);
   }
   return c;
 }
 
-// Inverse: our batch (direction MmToCam) against cv::undistortPoints, on the image of a lattice
-// over the frame; the round-trip error is the distance of the result to the lattice point.
+// OpenCV's Brown distortion in normalised coordinates and its Jacobian, in long double.
+struct TBrownLong {
+  long double k1, k2, k3, p1, p2;
+
+  void Map(long double x, long double y, long double& xd, long double& yd) const {
+    const long double r2 = x * x + y * y;
+    const long double radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
+    xd = x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x);
+    yd = y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y;
+  }
+
+  // The point whose distortion is (xd, yd): Newton from (xd, yd) with the analytic Jacobian,
+  // until the step is below 1e-18 (a nanometre of a millimetre at f = 120 mm, far below what
+  // is compared) or after 60 steps.
+  void Undistort(long double xd, long double yd, long double& x, long double& y) const {
+    x = xd;
+    y = yd;
+    for (int step = 0; step < 60; ++step) {
+      const long double r2 = x * x + y * y;
+      const long double radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
+      const long double dRadial = k1 + r2 * (2 * k2 + r2 * 3 * k3);  // d radial / d r2
+      long double fx = 0, fy = 0;
+      Map(x, y, fx, fy);
+      fx -= xd;
+      fy -= yd;
+      const long double a = radial + 2 * x * x * dRadial + 2 * p1 * y + 6 * p2 * x;
+      const long double b = 2 * x * y * dRadial + 2 * p1 * x + 2 * p2 * y;
+      const long double d = radial + 2 * y * y * dRadial + 6 * p1 * y + 2 * p2 * x;
+      const long double det = a * d - b * b;
+      const long double sx = (d * fx - b * fy) / det;
+      const long double sy = (a * fy - b * fx) / det;
+      x -= sx;
+      y -= sy;
+      if (std::fabs(sx) + std::fabs(sy) < 1e-18L) break;
+    }
+  }
+};
+
+// Inverse: our batch (direction MmToCam) against cv::undistortPoints (default criteria and the
+// exact form, each on one thread and with OpenCV's default threads). The inputs are the lattice
+// of the frame itself, corners included: distorted points as a camera records them. The
+// reference is each point's preimage found by Newton in long double (independent of this
+// library); the round-trip error is the distance of a result to it.
 TCase InverseCase(const TBrown& brown, std::size_t n, const TOptions& options) {
-  const TransformHandle forward = CreateCamToMmTransform(Camera(brown, TDirection::CamToMm));
   const TransformHandle inverse = CreateCamToMmTransform(Camera(brown, TDirection::MmToCam));
   const TVx2DTransform& solve = *inverse.second;
-  // Lattice points relative to the principal point, their images in camera coordinates (for
-  // us) and relative to the principal point (for OpenCV).
-  const std::vector<TPoint> camera = FramePoints(n);
-  std::vector<TPoint> truth(n);
-  forward.second->TransformPoints(camera.data(), truth.data(), n);  // undistorted, rel. to pp
-  // The distorted point whose undistorted image is truth[i]: apply the distortion to truth[i].
-  const TransformHandle distort = CreateCamToMmTransform([&] {
-    TVxCameraInfo cam = Camera(brown, TDirection::MmToCam);
-    cam.principalPoint = {0.0, 0.0};
-    cam.distortion.symmetryPoint = {0.0, 0.0};
-    return cam;
-  }());
-  // With direction MmToCam the stored coefficients map undistorted to distorted: the model
-  // itself (inverse flag cleared) is the distortion.
-  const TFormulaDistortion& solver = dynamic_cast<const TFormulaDistortion&>(*distort.second);
-  TFormulaDistortion::TDistCoeff coefficients = solver.Coefficients();
-  coefficients.inverse = false;
-  const TFormulaDistortion distortion(coefficients);
-  const auto distorted = std::make_shared<std::vector<TPoint>>(n);
+  const std::vector<std::size_t> order = Shuffle(n);
+  const std::vector<TPoint> frame = FramePoints(n);
+  const TBrownLong model{brown.k1, brown.k2, brown.k3, brown.p1, brown.p2};
+  std::vector<TPoint> truth(n);  // undistorted, in mm relative to the principal point
+  for (std::size_t i = 0; i < n; ++i) {
+    long double x = 0, y = 0;
+    model.Undistort((frame[i].x - kPrincipalX) / kDmcFocal, (frame[i].y - kPrincipalY) / kDmcFocal,
+                    x, y);
+    truth[i] = {static_cast<double>(x * kDmcFocal), static_cast<double>(y * kDmcFocal)};
+  }
+  const auto rows = std::make_shared<std::vector<TPoint>>(frame);
+  const auto shuffled = std::make_shared<std::vector<TPoint>>(Permuted(frame, order));
+  const std::vector<TPoint> shuffledTruth = Permuted(truth, order);
   const auto src = std::make_shared<cv::Mat>(static_cast<int>(n), 1, CV_64FC2);
   for (std::size_t i = 0; i < n; ++i) {
-    const TPoint d = distortion.TransformPoint(truth[i]);
-    (*distorted)[i] = {d.x + kPrincipalX, d.y + kPrincipalY};
-    src->at<cv::Vec2d>(static_cast<int>(i)) = {d.x, d.y};
+    src->at<cv::Vec2d>(static_cast<int>(i)) = {(*shuffled)[i].x - kPrincipalX,
+                                               (*shuffled)[i].y - kPrincipalY};
   }
   const auto out = std::make_shared<std::vector<TPoint>>(n);
+  const auto outRows = std::make_shared<std::vector<TPoint>>(n);
   const auto cvDefault = std::make_shared<cv::Mat>();
   const auto cvTwenty = std::make_shared<cv::Mat>();
   const cv::Matx33d k = CameraMatrix(kDmcFocal, 0.0, 0.0);
@@ -325,31 +480,72 @@ TCase InverseCase(const TBrown& brown, std::size_t n, const TOptions& options) {
   TCase c;
   c.name = std::string("inverse, ") + brown.name + " distortion, " + std::to_string(n) + " points";
   c.points = static_cast<double>(n);
-  c.contenders.push_back({"VxCameraUtils TransformPoints (MmToCam)", [&solve, distorted, out] {
-                            solve.TransformPoints(distorted->data(), out->data(),
-                                                  distorted->size());
-                          }});
+  const std::size_t ours =
+      c.Add("VxCameraUtils TransformPoints (MmToCam), shuffled", [&solve, shuffled, out] {
+        solve.TransformPoints(shuffled->data(), out->data(), shuffled->size());
+      });
+  const std::size_t oursRows =
+      c.Add("VxCameraUtils TransformPoints (MmToCam), row order", [&solve, rows, outRows] {
+        solve.TransformPoints(rows->data(), outRows->data(), rows->size());
+      });
+  c.Ratio("ours shuffled / ours row order", ours, oursRows, 1.2, true);
   if (!options.callgrind) {
-    c.contenders.push_back({"cv::undistortPoints, default criteria", [src, cvDefault, k, dist] {
-                              cv::undistortPoints(*src, *cvDefault, k, dist, cv::noArray(), k);
-                            }});
-    c.contenders.push_back(
-        {"cv::undistortPoints, COUNT|EPS 20 1e-12", [src, cvTwenty, k, dist, twenty] {
-           cv::undistortPoints(*src, *cvTwenty, k, dist, cv::noArray(), k, twenty);
-         }});
-    c.ratios.push_back({"undistortPoints default / ours", 1, 0, 8.0, false, {}});
-    c.ratios.push_back({"undistortPoints 20 iterations / ours", 2, 0, 50.0, false, {}});
+    const auto byDefault = [src, cvDefault, k, dist] {
+      cv::undistortPoints(*src, *cvDefault, k, dist, cv::noArray(), k);
+    };
+    const auto exact = [src, cvTwenty, k, dist, twenty] {
+      cv::undistortPoints(*src, *cvTwenty, k, dist, cv::noArray(), k, twenty);
+    };
+    const std::string threads = std::to_string(gCvDefaultThreads) + " threads (default)";
+    const std::size_t def1 = c.Add("cv::undistortPoints, default criteria, 1 thread", byDefault);
+    const std::size_t ex1 = c.Add("cv::undistortPoints, COUNT|EPS 20 1e-12, 1 thread", exact);
+    const std::size_t defN =
+        c.Add("cv::undistortPoints, default criteria, " + threads, byDefault, gCvDefaultThreads);
+    const std::size_t exN =
+        c.Add("cv::undistortPoints, COUNT|EPS 20 1e-12, " + threads, exact, gCvDefaultThreads);
+    c.Ratio("undistortPoints default / ours", def1, ours, brown.defaultTarget);
+    c.Ratio("undistortPoints exact / ours", ex1, ours, 50.0);
+    c.Ratio("undistortPoints default / ours row order", def1, oursRows);
+    c.Ratio("undistortPoints exact / ours row order", ex1, oursRows);
+    c.Ratio("undistortPoints default, default threads / ours", defN, ours);
+    c.Ratio("undistortPoints exact, default threads / ours", exN, ours);
   }
   RunCase(c, options);
-  double ours = 0.0;
-  std::size_t failed = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    const double e = Distance((*out)[i], truth[i]);
-    if (std::isnan(e)) ++failed;
-    ours = std::max(ours, std::isnan(e) ? HUGE_VAL : e);
+  double reference = 0.0;  // the reference through our own forward distortion
+  {
+    TVxCameraInfo cam = Camera(brown, TDirection::MmToCam);
+    cam.principalPoint = {0.0, 0.0};
+    cam.distortion.symmetryPoint = {0.0, 0.0};
+    const TransformHandle distort = CreateCamToMmTransform(cam);
+    // With direction MmToCam the stored coefficients map undistorted to distorted: the model
+    // itself (inverse flag cleared) is the distortion.
+    TFormulaDistortion::TDistCoeff coefficients =
+        dynamic_cast<const TFormulaDistortion&>(*distort.second).Coefficients();
+    coefficients.inverse = false;
+    const TFormulaDistortion distortion(coefficients);
+    for (std::size_t i = 0; i < n; ++i) {
+      const TPoint d = distortion.TransformPoint(truth[i]);
+      reference =
+          std::max(reference, Distance(d, {frame[i].x - kPrincipalX, frame[i].y - kPrincipalY}));
+    }
   }
-  c.notes.push_back({"largest round-trip error, ours (mm)", ours});
-  c.notes.push_back({"points not mapped, ours", static_cast<double>(failed)});
+  double worstOurs = 0.0;
+  double worstRows = 0.0;
+  std::size_t failed = 0;
+  double reach = 0.0;  // the farthest input from the principal point
+  for (std::size_t i = 0; i < n; ++i) {
+    const double e = Distance((*out)[i], shuffledTruth[i]);
+    if (std::isnan(e)) ++failed;
+    worstOurs = std::max(worstOurs, std::isnan(e) ? HUGE_VAL : e);
+    const double eRows = Distance((*outRows)[i], truth[i]);
+    worstRows = std::max(worstRows, std::isnan(eRows) ? HUGE_VAL : eRows);
+    reach = std::max(reach, Distance(frame[i], {kPrincipalX, kPrincipalY}));
+  }
+  c.Note("farthest input from the principal point (mm)", reach);
+  c.Note("reference: its residual through our distortion (mm)", reference);
+  c.Note("largest round-trip error, ours shuffled (mm)", worstOurs);
+  c.Note("largest round-trip error, ours row order (mm)", worstRows);
+  c.Note("points not mapped, ours", static_cast<double>(failed));
   if (!options.callgrind) {
     for (const auto& [name, mat] : {std::pair<const char*, std::shared_ptr<cv::Mat>>{
                                         "largest round-trip error, default (mm)", cvDefault},
@@ -357,13 +553,10 @@ TCase InverseCase(const TBrown& brown, std::size_t n, const TOptions& options) {
       double worst = 0.0;
       for (std::size_t i = 0; i < n; ++i) {
         const cv::Vec2d q = mat->at<cv::Vec2d>(static_cast<int>(i));
-        worst = std::max(worst, Distance({q[0], q[1]}, truth[i]));
+        worst = std::max(worst, Distance({q[0], q[1]}, shuffledTruth[i]));
       }
-      c.notes.push_back({name, worst});
+      c.Note(name, worst);
     }
-  }
-  for (std::size_t k2 = 0; k2 < c.notes.size(); ++k2) {
-    std::printf("  %-44s %12.3g\n", c.notes[k2].first.c_str(), c.notes[k2].second);
   }
   return c;
 }
@@ -395,15 +588,19 @@ TCase GridCase(std::size_t columns, std::size_t rows, const TOptions& options) {
   c.name = "grid, every pixel centre of a " + std::to_string(columns) + " x " +
            std::to_string(rows) + " frame";
   c.points = static_cast<double>(n);
-  c.contenders.push_back({"VxCameraUtils TransformGrid", [&transform, grid, out] {
-                            TransformGrid(transform, grid, out->data());
-                          }});
+  const std::size_t ours = c.Add("VxCameraUtils TransformGrid", [&transform, grid, out] {
+    TransformGrid(transform, grid, out->data());
+  });
   if (!options.callgrind) {
-    c.contenders.push_back({"cv::initUndistortRectifyMap (CV_32FC1)", [k, dist, size, map1, map2] {
-                              cv::initUndistortRectifyMap(k, dist, cv::noArray(), k, size, CV_32FC1,
-                                                          *map1, *map2);
-                            }});
-    c.ratios.push_back({"initUndistortRectifyMap / ours", 1, 0, 3.0, false, {}});
+    const auto maps = [k, dist, size, map1, map2] {
+      cv::initUndistortRectifyMap(k, dist, cv::noArray(), k, size, CV_32FC1, *map1, *map2);
+    };
+    const std::size_t cv1 = c.Add("cv::initUndistortRectifyMap (CV_32FC1), 1 thread", maps);
+    const std::size_t cvN = c.Add("cv::initUndistortRectifyMap (CV_32FC1), " +
+                                      std::to_string(gCvDefaultThreads) + " threads (default)",
+                                  maps, gCvDefaultThreads);
+    c.Ratio("initUndistortRectifyMap 1 thread / ours", cv1, ours, 3.0);
+    c.Ratio("initUndistortRectifyMap default threads / ours", cvN, ours);
   }
   RunCase(c, options);
   return c;
@@ -437,10 +634,8 @@ TCase FitCase(int fits, const TOptions& options) {
        }});
   RunCase(c, options);
   const double perFit = Median(c.contenders[0].seconds) / fits;
-  c.notes.push_back({"microseconds per fit (target <= 50)", perFit * 1e6});
-  c.notes.push_back({"largest deviation of the fit (mm)", *deviation});
-  std::printf("  %-44s %12.3g\n  %-44s %12.3g\n", c.notes[0].first.c_str(), c.notes[0].second,
-              c.notes[1].first.c_str(), c.notes[1].second);
+  c.Note("microseconds per fit (target <= 50)", perFit * 1e6);
+  c.Note("largest deviation of the fit (mm)", *deviation);
   return c;
 }
 
@@ -461,12 +656,35 @@ int main(int argc, char** argv) {
       return 2;
     }
   }
+  const int threadsAtStart = ThreadsOfProcess();
+  gCvDefaultThreads = cv::getNumThreads();
   cv::setNumThreads(1);
-  std::printf("VxCameraUtils against OpenCV %s, one thread each, %s\n", CV_VERSION,
-              options.callgrind ? "callgrind mode (small sizes, one run)"
-                                : ("warm-up and " + std::to_string(options.repetitions) +
-                                   " interleaved repetitions, medians")
-                                      .c_str());
+  std::printf(
+      "VxCameraUtils (one thread) against OpenCV %s (one thread, and %d threads by default), %s\n",
+      CV_VERSION, gCvDefaultThreads,
+      options.callgrind ? "callgrind mode (small sizes, one run)"
+                        : ("warm-up and " + std::to_string(options.repetitions) +
+                           " interleaved repetitions, medians")
+                              .c_str());
+  vxbench::TMachine machine;
+  if (!options.callgrind) {
+    machine = vxbench::MeasureMachine();
+    std::printf("\nthe machine, measured\n");
+    std::printf("  core clock (dependent integer adds), fastest try  %8.2f GHz (median %.2f)\n",
+                machine.clockGHz, machine.clockMedianGHz);
+    std::printf("  time-stamp counter                                %8.2f GHz\n", machine.tscGHz);
+    std::printf("  AVX2 %s, FMA %s, AVX-512F %s\n", machine.avx2 ? "yes" : "no",
+                machine.fma ? "yes" : "no", machine.avx512f ? "yes" : "no");
+    std::printf("  256-bit adds, FMAs a cycle                        %8.2f %8.2f\n",
+                machine.add256PerCycle, machine.fma256PerCycle);
+    std::printf("  512-bit adds, FMAs a cycle                        %8.2f %8.2f\n",
+                machine.add512PerCycle, machine.fma512PerCycle);
+    const double gain = vxbench::Wide512Gain(machine);
+    if (gain > 0.0) {
+      std::printf("  doubles a cycle, 512-bit over 256-bit adds        %8.2f: %s\n", gain,
+                  gain > 1.5 ? "full-width 512-bit units" : "512-bit operations in two halves");
+    }
+  }
   std::vector<TCase> cases;
   if (options.callgrind) {
     cases.push_back(ForwardCase(10000, options));
@@ -482,6 +700,8 @@ int main(int argc, char** argv) {
     cases.push_back(GridCase(kDmcColumns, kDmcRows, options));
     cases.push_back(FitCase(200, options));
   }
-  WriteJson(cases, options);
+  std::printf("\nthreads of this process: %d at the start, %d at the end\n", threadsAtStart,
+              ThreadsOfProcess());
+  WriteJson(cases, machine, options);
   return 0;
 }

@@ -136,7 +136,8 @@ void BindTransforms(py::module_& m) {
           "are converted once. `out`, a writable C-ordered float64 (N, 2) array (the input "
           "itself for in place), receives the result; by default a new array does. The GIL "
           "is released meanwhile. threads > 1 (0: every core) cuts a large array into chunks "
-          "mapped at once; the result is the same bit for bit.")
+          "mapped at once by the module's threads, started once and reused; the result is the "
+          "same bit for bit.")
       .def("grid", &Grid, py::arg("columns"), py::arg("rows"), py::arg("x0") = 0.0,
            py::arg("y0") = 0.0, py::arg("dx") = 1.0, py::arg("dy") = 1.0,
            "Maps every point (x0 + i dx, y0 + j dy) of a grid of columns x rows, such as the pixel "

@@ -2,6 +2,9 @@
 read or refused clearly, zero copies where the input allows, NaN points counted, threads."""
 
 import concurrent.futures
+import os
+import subprocess
+import sys
 import threading
 
 import numpy as np
@@ -219,9 +222,9 @@ def test_an_unaligned_or_byte_swapped_array_is_converted(rc10):
         transform(points, out=unaligned)
 
 
-@pytest.mark.parametrize("threads", [0, 2, 4, 64])
+@pytest.mark.parametrize("threads", [0, 2, 3, 4, 8, 64])
 def test_a_large_array_on_several_threads_equals_one_thread_bit_for_bit(rc10, threads):
-    # 5 chunks' worth of points, with NaN points in different chunks.
+    # 20 chunks' worth of points and an odd remainder, with NaN points in different chunks.
     points = np.tile(film_grid(101), (33, 1))[:5 * 65536 + 7]
     points[[3, 70000, 200000, len(points) - 1]] = np.nan
     for make in (vxcameras.Transform.cam_to_mm, vxcameras.Transform.mm_to_cam):
@@ -232,6 +235,36 @@ def test_a_large_array_on_several_threads_equals_one_thread_bit_for_bit(rc10, th
         in_place = points.copy()
         transform(in_place, out=in_place, threads=threads)
         assert bits(in_place) == bits(one)
+
+
+POOL_SCRIPT = """
+import os, sys
+import numpy as np
+import vxcameras
+camera = vxcameras.Camera.load(sys.argv[1])
+transform = vxcameras.Transform.mm_to_cam(camera)
+points = np.random.default_rng(20).uniform(-100.0, 100.0, (300001, 2))
+def threads_now():
+    return len(os.listdir("/proc/self/task"))
+start = threads_now()
+transform(points, threads=3)
+first = threads_now()
+for _ in range(5):
+    transform(points, threads=3)
+    transform(points, threads=2)
+print(first - start, threads_now() - first)
+"""
+
+
+@pytest.mark.skipif(not os.path.isdir("/proc/self/task"), reason="counts threads in /proc")
+def test_the_threads_of_the_first_call_wait_for_later_calls_and_are_reused():
+    # In a process of its own, so that no earlier test has started the pool: the first call on
+    # three threads starts two that stay; later calls start none.
+    run = subprocess.run(
+        [sys.executable, "-c", POOL_SCRIPT, str(CAMERAS[0])],
+        capture_output=True, text=True, check=True, env=os.environ.copy())
+    started_by_first, started_later = map(int, run.stdout.split())
+    assert (started_by_first, started_later) == (2, 0)
 
 
 def test_a_negative_thread_count_is_refused(rc10):

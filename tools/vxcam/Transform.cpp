@@ -14,6 +14,7 @@
 #include "VxCamPointChain.h"
 #include "VxCamSolution.h"
 #include "VxCamText.h"
+#include "VxCamThreads.h"
 #include "VxCameraMath.h"
 
 namespace vxcam {
@@ -24,7 +25,8 @@ using TPoint = vec_t_<double, 2>;
 // A line of standard input holds at most this many bytes: a longer one is refused as it is read,
 // never held whole (a pair of numbers needs fewer than a hundred).
 constexpr std::size_t kMaxLineBytes = 65536;
-// Points are mapped in batches of this many, or fewer where the input pauses.
+// Points are mapped in batches of this many, or fewer where the input pauses. A full batch is
+// large enough to be cut into chunks for several threads (VxCamThreads.h).
 constexpr std::size_t kBatch = 4096;
 
 enum class TLineRead { Line, End, TooLong };
@@ -61,13 +63,15 @@ std::vector<std::string_view> Fields(std::string_view line) {
 // in JSON) so that every output line stays beside its input line, and are reported on standard
 // error with where they came from; the command then ends with the invalid-content status.
 // What the writer writes: the names of the input's and the output's systems in JSON, the
-// decimals, and the radius of the calibrated field (0: none known).
+// decimals, the radius of the calibrated field (0: none known), and the threads that map a
+// large batch (0: every core).
 struct TWriterSetup {
   const char* inputKey = "camera";
   const char* outputKey = "mm";
   int decimals = 6;
   double calibratedRadius = 0.0;
   vec_t_<double, 2> symmetryPoint;
+  int threads = 0;
 };
 
 // At most this many points outside the calibrated field are named one by one; the rest are
@@ -91,7 +95,7 @@ class TPointWriter {
   // for the result of a line gets it before the next line is read.
   void Flush() {
     out_.resize(in_.size());
-    chain_.map->TransformPoints(in_.data(), out_.data(), in_.size());
+    MapPoints(*chain_.map, in_.data(), out_.data(), in_.size(), setup_.threads);
     FindCameraPoints();
     for (std::size_t i = 0; i < in_.size(); ++i) Write(i);
     in_.clear();
@@ -124,7 +128,7 @@ class TPointWriter {
       camera_ = out_;
     } else if (chain_.toCamera) {
       camera_.resize(in_.size());
-      chain_.toCamera->TransformPoints(in_.data(), camera_.data(), in_.size());
+      MapPoints(*chain_.toCamera, in_.data(), camera_.data(), in_.size(), setup_.threads);
     } else {
       camera_ = in_;
     }
@@ -240,6 +244,7 @@ int RunTransform(const TArgs& args, TIo& io) {
   TVxIntOrSolveOptions options;
   int decimals = 6;
   bool json = false;
+  int threads = 0;
   return RunCommand(
       "transform", "vxcam.transform.summary", args, io,
       [&](CLI::App& app) {
@@ -252,6 +257,7 @@ int RunTransform(const TArgs& args, TIo& io) {
         app.add_option("--precision", decimals, Text("vxcam.opt.precision"))
             ->option_text("0..17")
             ->check(CLI::Range(0, 17));
+        AddThreadsOption(app, threads);
         AddJsonFlag(app, json);
       },
       [&] {
@@ -272,6 +278,7 @@ int RunTransform(const TArgs& args, TIo& io) {
         setup.decimals = decimals;
         setup.calibratedRadius = CalibratedRadius(camera).value_or(0.0);
         setup.symmetryPoint = camera.distortion.symmetryPoint;
+        setup.threads = threads;
         TPointWriter writer(chain, setup, io, json);
         if (!coordinates.empty()) {
           PointsFromArguments(coordinates, writer);
