@@ -149,7 +149,7 @@ int RunMeasure(const TArgs& args, TIo& io) {
         app.add_option("--search-radius", options.searchRadiusMm, Text("vxcam.opt.search_radius"))
             ->option_text("MM")
             ->check(PositiveNumber());
-        app.add_option("--threads", options.threads, Text("vxcam.opt.threads"))
+        app.add_option("--threads", options.threads, Text("vxcam.opt.scan_threads"))
             ->option_text("N")
             ->check(CLI::Range(1, 64));
         AddJsonFlag(app, json);
@@ -202,7 +202,7 @@ int RunResample(const TArgs& args, TIo& io) {
             ->check(PositiveNumber());
         app.add_flag("--undistort", options.undistort, Text("vxcam.opt.undistort"));
         app.add_flag("--bilinear", bilinear, Text("vxcam.opt.bilinear"));
-        app.add_option("--threads", options.threads, Text("vxcam.opt.threads"))
+        app.add_option("--threads", options.threads, Text("vxcam.opt.scan_threads"))
             ->option_text("N")
             ->check(CLI::Range(1, 64));
         AddJsonFlag(app, json);
