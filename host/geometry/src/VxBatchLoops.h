@@ -70,29 +70,16 @@ struct TLaneKernel {
       dy[k] = b;
     }
   }
-  // The kernel's Jacobian or its central differences, as the one-point inverse takes them.
+  // The kernel's Jacobian or its central differences, as the one-point inverse takes them;
+  // DisplacementJacobian runs it lane by lane for eight.
   void Jacobian(double x, double y, double& jxx, double& jxy, double& jyx, double& jyy) const {
     DisplacementJacobian(kernel, x, y, jxx, jxy, jyx, jyy);
-  }
-  void Jacobian(const TVec8& x, const TVec8& y, TVec8& jxx, TVec8& jxy, TVec8& jyx,
-                TVec8& jyy) const {
-    for (std::size_t k = 0; k < kLanes; ++k) {
-      double a = 0.0, b = 0.0, c = 0.0, d = 0.0;
-      DisplacementJacobian(kernel, x[k], y[k], a, b, c, d);
-      jxx[k] = a;
-      jxy[k] = b;
-      jyx[k] = c;
-      jyy[k] = d;
-    }
   }
 };
 
 // The kernel as the loops run it: itself when it has eight-lane members, else lane by lane.
 template <class Kernel>
-using TLoopKernel = std::conditional_t<THasLanes<Kernel>::value, Kernel, TLaneKernel<Kernel>>;
-
-template <class Kernel>
-TLoopKernel<Kernel> LoopKernel(const Kernel& kernel) {
+auto LoopKernel(const Kernel& kernel) {
   if constexpr (THasLanes<Kernel>::value) {
     return kernel;
   } else {
@@ -120,21 +107,12 @@ __attribute__((always_inline)) inline void Inverse8(const Kernel& kernel, TVec8&
   FixedNewton(kernel, x, y, qx, qy, f2);
   // f2 >= 0 in every lane: a sum within the tolerance means every lane converged.
   if (!(LaneSum(f2) <= kNewtonTolerance2)) {
-    double f2s[kLanes];
-    StoreLanes(f2s, f2);
-    double px[kLanes], py[kLanes], rx[kLanes], ry[kLanes];
-    StoreLanes(px, x);
-    StoreLanes(py, y);
-    StoreLanes(rx, qx);
-    StoreLanes(ry, qy);
     for (std::size_t k = 0; k < kLanes; ++k) {
-      if (f2s[k] <= kNewtonTolerance2) continue;
-      const vec_t_<double, 2> q = DampedInversePoint(kernel, {px[k], py[k]});
-      rx[k] = q.x;
-      ry[k] = q.y;
+      if (f2[k] <= kNewtonTolerance2) continue;
+      const vec_t_<double, 2> q = DampedInversePoint(kernel, {x[k], y[k]});
+      qx[k] = q.x;
+      qy[k] = q.y;
     }
-    std::memcpy(&qx, rx, sizeof qx);
-    std::memcpy(&qy, ry, sizeof qy);
   }
   x = qx;
   y = qy;

@@ -1,12 +1,10 @@
 #include "VxDirectedDistortion.h"
 
-#include <array>
 #include <cmath>
 #include <stdexcept>
 #include <string>
 
 #include "VxDistortionModelImpl.h"
-#include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "VxSpline.h"
 #include "kernels/VxDirectedKernel.h"

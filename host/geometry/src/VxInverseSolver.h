@@ -13,10 +13,10 @@
 // time.
 //
 // The inverse runs in two stages. First a start (the kernel's own, or a fixed number of
-// fixed-point steps) and at most kFixedNewtonSteps plain Newton steps, each point stopping at its first step within
-// kNewtonTolerance (the same arithmetic for one point and for eight lanes). The few points that
-// do not get there (strong distortion far out, no preimage, NaN input) are solved again from the
-// start by damped Newton, which decides between a result and NaN.
+// fixed-point steps) and at most kFixedNewtonSteps plain Newton steps, each point stopping at its
+// first step within kNewtonTolerance (the same arithmetic for one point and for eight lanes). The
+// few points that do not get there (strong distortion far out, no preimage, NaN input) are solved
+// again from the start by damped Newton, which decides between a result and NaN.
 
 #include <cmath>
 #include <cstddef>
@@ -119,11 +119,12 @@ inline void KeepConverged(double& q, const double& next, bool /*done*/) {
 
 // The same for eight lanes, without a branch per lane: a vector compare gives the mask of the
 // converged lanes and a blend keeps them. Their sum within the tolerance shows that all converged
-// (f2 >= 0 in every lane; NaN in any lane makes the sum NaN).
+// (f2 >= 0 in every lane; NaN in any lane makes the sum NaN), and then no mask is needed.
 __attribute__((always_inline)) inline TConverged Converged(const TVec8& f2, TMask8& done) {
   constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
+  if (LaneSum(f2) <= tolerance2) return TConverged::kAll;
   done = f2 <= TVec8{} + tolerance2;
-  return LaneSum(f2) <= tolerance2 ? TConverged::kAll : TConverged::kNotAll;
+  return TConverged::kNotAll;
 }
 
 __attribute__((always_inline)) inline void KeepConverged(TVec8& q, const TVec8& next,

@@ -7,7 +7,6 @@
 
 #include "VxCoefficientGroups.h"
 #include "VxDistortionModelImpl.h"
-#include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "kernels/VxMixedKernel.h"
 

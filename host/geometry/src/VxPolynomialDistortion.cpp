@@ -6,7 +6,6 @@
 
 #include "VxCoefficientGroups.h"
 #include "VxDistortionModelImpl.h"
-#include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "kernels/VxPolynomialKernel.h"
 

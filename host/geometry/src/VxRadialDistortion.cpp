@@ -1,12 +1,10 @@
 #include "VxRadialDistortion.h"
 
-#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <string>
 
 #include "VxDistortionModelImpl.h"
-#include "VxInverseSolver.h"
 #include "VxNumberText.h"
 #include "VxSpline.h"
 #include "kernels/VxRadialKernel.h"

@@ -108,15 +108,12 @@ inline void EndStreaming() {
 #endif
 }
 
-// The lanes of v as an array, for the scalar work of a batch (convergence tests, fallbacks).
-template <class V>
-__attribute__((always_inline)) inline void StoreLanes(double* lanes, const V& v) {
-  std::memcpy(lanes, &v, sizeof v);
-}
-
-// The sum of the eight lanes (a tree of three shuffles and adds). Comparisons of vectors are
-// avoided in the batch loops: without AVX-512 DQ the compiler splits them lane by lane. The sum of
-// lanes that are all >= 0 is <= t only if every lane is <= t, and it is NaN if any lane is NaN.
+// The sum of the eight lanes (a tree of three shuffles and adds). It answers "are all lanes
+// within t" without a vector comparison, which GCC lowers lane by lane in the clones whose
+// registers are narrower than eight doubles (measured in the AVX2 clone: a compare and a blend
+// cost ten times their arithmetic there; the AVX-512 clone does them in a few instructions). The
+// sum of lanes that are all >= 0 is <= t only if every lane is <= t, and it is NaN if any lane is
+// NaN.
 __attribute__((always_inline)) inline double LaneSum(const TVec8& v) {
   const TVec8 a = v + __builtin_shufflevector(v, v, 4, 5, 6, 7, 0, 1, 2, 3);
   const TVec8 b = a + __builtin_shufflevector(a, a, 2, 3, 0, 1, 6, 7, 4, 5);

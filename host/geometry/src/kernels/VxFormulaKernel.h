@@ -102,16 +102,15 @@ struct TFormulaKernel {
   // of a lens with 0.6 % of distortion there), and by how much the other terms change over the
   // radial displacement; Newton takes it from there, one step for such a lens.
   template <class T>
-  __attribute__((always_inline)) void InverseStart(const T& px, const T& py, T& qx,
-                                                   T& qy) const {
+  __attribute__((always_inline)) void InverseStart(const T& px, const T& py, T& qx, T& qy) const {
     const double a = c_.k1, b = c_.k2, c = c_.k3, d = c_.k4, e = c_.k5;
     const double a2 = a * a;
     const double b1 = -a;
     const double b2 = 3.0 * a2 - b;
     const double b3 = -12.0 * a2 * a + 8.0 * a * b - c;
     const double b4 = 55.0 * a2 * a2 - 55.0 * a2 * b + 10.0 * a * c + 5.0 * b * b - d;
-    const double b5 = -273.0 * a2 * a2 * a + 364.0 * a2 * a * b - 78.0 * a2 * c -
-                      78.0 * a * b * b + 12.0 * a * d + 12.0 * b * c - e;
+    const double b5 = -273.0 * a2 * a2 * a + 364.0 * a2 * a * b - 78.0 * a2 * c - 78.0 * a * b * b +
+                      12.0 * a * d + 12.0 * b * c - e;
     T column[kColumnTerms];
     T row[kRowTerms];
     Column(px, column);
