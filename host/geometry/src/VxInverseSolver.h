@@ -95,6 +95,18 @@ inline void DisplacementJacobian(const Kernel& kernel, const T& x, const T& y, T
   }
 }
 
+// Sixteen points: the kernel's own Jacobian for pairs, or the one for eight on each vector.
+template <class Kernel>
+inline void DisplacementJacobian(const Kernel& kernel, const TVec8x2& x, const TVec8x2& y,
+                                 TVec8x2& jxx, TVec8x2& jxy, TVec8x2& jyx, TVec8x2& jyy) {
+  if constexpr (THasJacobian<Kernel, TVec8x2>::value) {
+    kernel.Jacobian(x, y, jxx, jxy, jyx, jyy);
+  } else {
+    DisplacementJacobian(kernel, x.a, y.a, jxx.a, jxy.a, jyx.a, jyy.a);
+    DisplacementJacobian(kernel, x.b, y.b, jxx.b, jxy.b, jyx.b, jyy.b);
+  }
+}
+
 template <class Kernel>
 inline vec_t_<double, 2> ForwardPoint(const Kernel& kernel, const vec_t_<double, 2>& p) {
   double dx = 0.0;
@@ -132,6 +144,21 @@ __attribute__((always_inline)) inline void KeepConverged(TVec8& q, const TVec8& 
   q = done ? q : next;
 }
 
+// Two vectors: all converged when both are (the sum of their lane sums), else a mask each.
+__attribute__((always_inline)) inline TConverged Converged(const TVec8x2& f2, TMask8x2& done) {
+  constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
+  if (LaneSum(f2.a + f2.b) <= tolerance2) return TConverged::kAll;
+  done.a = f2.a <= TVec8{} + tolerance2;
+  done.b = f2.b <= TVec8{} + tolerance2;
+  return TConverged::kNotAll;
+}
+
+__attribute__((always_inline)) inline void KeepConverged(TVec8x2& q, const TVec8x2& next,
+                                                         const TMask8x2& done) {
+  KeepConverged(q.a, next.a, done.a);
+  KeepConverged(q.b, next.b, done.b);
+}
+
 template <class Kernel, class T, class = void>
 struct THasInverseStart : std::false_type {};
 template <class Kernel, class T>
@@ -160,23 +187,25 @@ __attribute__((always_inline)) inline void InverseStart(const Kernel& kernel, co
   }
 }
 
-// The first stage of the inverse, for one point (T = double) or eight (T = TVec8): from the
-// start (InverseStart), Newton steps until |q + d(q) - p| <= kNewtonTolerance, at most
-// kFixedNewtonSteps. A point stops at its own first converged step, in the batch as alone: the
-// batch steps on while any of its points has not converged and leaves the converged ones in place.
-// Gives q and the squared residual f2 = |q + d(q) - p|^2 at q, NaN where a step divided by a zero
-// determinant or the input was not finite.
+// Newton steps of the first stage from q, the point reached after `firstStep` steps, for one
+// point (T = double), eight (TVec8) or sixteen (TVec8x2): at each step the residual, then a stop
+// at step `lastStep` or where |q + d(q) - p| <= kNewtonTolerance, else a step. A point stops at its
+// own first converged step, in a batch as alone: the batch steps on while any of its points has
+// not converged and leaves the converged ones in place. So a point's steps can be split between
+// calls (0 to k, then k to kFixedNewtonSteps) and give the same bits. Gives q and the squared
+// residual f2 = |q + d(q) - p|^2 at q, NaN where a step divided by a zero determinant or the input
+// was not finite.
 template <class Kernel, class T>
-__attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, const T& px,
-                                                       const T& py, T& qx, T& qy, T& f2) {
-  InverseStart(kernel, px, py, qx, qy);
-  for (int step = 0;; ++step) {
+__attribute__((always_inline)) inline void NewtonSteps(const Kernel& kernel, const T& px,
+                                                       const T& py, T& qx, T& qy, T& f2,
+                                                       int firstStep, int lastStep) {
+  for (int step = firstStep;; ++step) {
     T dx{}, dy{};
     kernel.Displace(qx, qy, dx, dy);
     const T fx = qx + dx - px;
     const T fy = qy + dy - py;
     f2 = fx * fx + fy * fy;
-    if (step == kFixedNewtonSteps) return;
+    if (step == lastStep) return;
     TMaskOf<T> done{};
     if (Converged(f2, done) == TConverged::kAll) return;
     T jxx{}, jxy{}, jyx{}, jyy{};
@@ -190,6 +219,15 @@ __attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, con
     KeepConverged(qx, nx, done);
     KeepConverged(qy, ny, done);
   }
+}
+
+// The first stage of the inverse: from the start (InverseStart), at most kFixedNewtonSteps
+// Newton steps (NewtonSteps).
+template <class Kernel, class T>
+__attribute__((always_inline)) inline void FixedNewton(const Kernel& kernel, const T& px,
+                                                       const T& py, T& qx, T& qy, T& f2) {
+  InverseStart(kernel, px, py, qx, qy);
+  NewtonSteps(kernel, px, py, qx, qy, f2, 0, kFixedNewtonSteps);
 }
 
 // Solves q + d(q) = p by damped Newton, starting from the fixed-point guess p - d(p).

@@ -43,6 +43,47 @@ using TMaskOf = typename TMaskOfType<T>::type;
 
 static_assert(sizeof(vec_t_<double, 2>) == 2 * sizeof(double), "points are two packed doubles");
 
+// Two vectors of eight, a and b, stepping together: every operation is two independent vector
+// operations, issued one after the other. A chain of dependent operations (the inverse's start,
+// residual, Newton step and check, some 200 cycles long) then has a second chain beside it to
+// fill the cycles that the first one waits, which the processor's reordering cannot reach across
+// loop iterations that long. Lane-wise arithmetic as TVec8: the same bits.
+struct TVec8x2 {
+  TVec8 a, b;
+};
+struct TMask8x2 {
+  TMask8 a, b;
+};
+template <>
+struct TMaskOfType<TVec8x2> {
+  typedef TMask8x2 type;
+};
+
+#define VX_PAIR_OPERATOR(op)                                                                      \
+  __attribute__((always_inline)) inline TVec8x2 operator op(const TVec8x2& u, const TVec8x2& v) { \
+    return {u.a op v.a, u.b op v.b};                                                              \
+  }                                                                                               \
+  __attribute__((always_inline)) inline TVec8x2 operator op(const TVec8x2& u, double v) {         \
+    return {u.a op v, u.b op v};                                                                  \
+  }                                                                                               \
+  __attribute__((always_inline)) inline TVec8x2 operator op(double u, const TVec8x2& v) {         \
+    return {u op v.a, u op v.b};                                                                  \
+  }
+VX_PAIR_OPERATOR(+)
+VX_PAIR_OPERATOR(-)
+VX_PAIR_OPERATOR(*)
+VX_PAIR_OPERATOR(/)
+#undef VX_PAIR_OPERATOR
+
+__attribute__((always_inline)) inline TVec8x2& operator+=(TVec8x2& u, const TVec8x2& v) {
+  u = u + v;
+  return u;
+}
+__attribute__((always_inline)) inline TVec8x2& operator+=(TVec8x2& u, double v) {
+  u = u + v;
+  return u;
+}
+
 // x and y of the points p[0..8).
 __attribute__((always_inline)) inline void LoadPoints(const vec_t_<double, 2>* p, TVec8& x,
                                                       TVec8& y) {
@@ -140,7 +181,11 @@ __attribute__((always_inline)) inline void PerLane(const double& v, double& resu
 }
 template <class F>
 __attribute__((always_inline)) inline void PerLane(const TVec8& v, TVec8& result, const F& f) {
-  for (std::size_t k = 0; k < kLanes; ++k) result[k] = f(v[k]);
+  // Lanes gathered in an array and copied at once: GCC takes a vector written lane by lane for
+  // one read before it is written.
+  double lanes[kLanes];
+  for (std::size_t k = 0; k < kLanes; ++k) lanes[k] = f(v[k]);
+  std::memcpy(&result, lanes, sizeof result);
 }
 
 // Sets `value` to zero in the lanes where `where` is zero.
@@ -151,6 +196,21 @@ __attribute__((always_inline)) inline void ZeroWhereZero(const TVec8& where, TVe
   for (std::size_t k = 0; k < kLanes; ++k) {
     if (where[k] == 0.0) value[k] = 0.0;
   }
+}
+
+// The same for a pair: each vector on its own.
+__attribute__((always_inline)) inline void Sqrt(const TVec8x2& v, TVec8x2& root) {
+  Sqrt(v.a, root.a);
+  Sqrt(v.b, root.b);
+}
+template <class F>
+__attribute__((always_inline)) inline void PerLane(const TVec8x2& v, TVec8x2& result, const F& f) {
+  PerLane(v.a, result.a, f);
+  PerLane(v.b, result.b, f);
+}
+__attribute__((always_inline)) inline void ZeroWhereZero(const TVec8x2& where, TVec8x2& value) {
+  ZeroWhereZero(where.a, value.a);
+  ZeroWhereZero(where.b, value.b);
 }
 
 }  // namespace vx_geometry_detail

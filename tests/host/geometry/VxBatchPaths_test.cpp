@@ -19,8 +19,9 @@ namespace {
 
 using TPoint = vec_t_<double, 2>;
 
-// Batch lengths around the vector width of eight: empty, tails only, whole vectors, both.
-constexpr std::size_t kLengths[] = {0, 1, 7, 8, 9, 15, 16, 17, 64, 103};
+// Batch lengths around the vector width of eight: empty, tails only, whole vectors, both; and a
+// batch long enough for the inverse's stragglers to fill its store of them many times over.
+constexpr std::size_t kLengths[] = {0, 1, 7, 8, 9, 15, 16, 17, 31, 33, 64, 103, 4099};
 // Points of the round trip over the DMC frame, per side.
 constexpr int kRoundTripGrid = 201;
 // Inverse after forward over the frame, as for every model (see the properties test).

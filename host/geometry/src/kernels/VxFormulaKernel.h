@@ -118,7 +118,11 @@ struct TFormulaKernel {
     const T& x = column[kX];
     const T& y = row[kY];
     const T s2 = column[kXX] + row[kYY];
-    const T scale = 1.0 + s2 * (b1 + s2 * (b2 + s2 * (b3 + s2 * (b4 + s2 * b5))));
+    // Estrin's scheme: the two halves of the polynomial in parallel, a shorter chain than Horner's.
+    const T s4 = s2 * s2;
+    const T low = 1.0 + s2 * (b1 + s2 * b2);
+    const T high = b3 + s2 * (b4 + s2 * b5);
+    const T scale = low + (s4 * s2) * high;
     T nx, ny;
     Decentering(column, row, s2, nx, ny);
     if constexpr (kInPlane) {
