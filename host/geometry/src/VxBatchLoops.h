@@ -194,8 +194,8 @@ static_assert(kFirstPassSteps < kFixedNewtonSteps, "the second pass continues th
 template <class Kernel>
 class TInverseStragglers {
  public:
-  TInverseStragglers(const Kernel& kernel, vec_t_<double, 2>* out, bool stream, TVec8& marks)
-      : kernel_(kernel), out_(out), stream_(stream), marks_(marks) {}
+  TInverseStragglers(const Kernel& kernel, vec_t_<double, 2>* out, TVec8& marks)
+      : kernel_(kernel), out_(out), marks_(marks) {}
 
   // Takes the points first .. first + 16 whose f2 is not within the tolerance (NaN included).
   __attribute__((always_inline)) void Add(std::size_t first, const TVec8x2& px, const TVec8x2& py,
@@ -246,8 +246,6 @@ class TInverseStragglers {
 
   // Finishes the first `n` pending points (n <= kBlock; lanes beyond n repeat point 0).
   __attribute__((always_inline)) void Finish(std::size_t n) {
-    // The first pass's streaming stores must land before q is read back and results written.
-    if (stream_) EndStreaming();
     TVec8x2 px, py, qx, qy, f2;
     Gather(n, 0, px.a, py.a, qx.a, qy.a);
     Gather(n, kLanes, px.b, py.b, qx.b, qy.b);
@@ -294,7 +292,6 @@ class TInverseStragglers {
 
   const Kernel& kernel_;
   vec_t_<double, 2>* out_;
-  bool stream_;
   TVec8& marks_;
   TBlock blocks_[kSlots];
   std::size_t added_ = 0;
@@ -311,8 +308,7 @@ __attribute__((always_inline)) inline std::size_t MapInversePointsLoop(const Cha
                                                                        vec_t_<double, 2>* out,
                                                                        std::size_t n) {
   TVec8 marks{};
-  const bool stream = UseStreamingStores(out, n);
-  TInverseStragglers stragglers(chain.kernel, out, stream, marks);
+  TInverseStragglers stragglers(chain.kernel, out, marks);
   constexpr std::size_t kStep = 2 * kLanes;
   std::size_t i = 0;
   for (; i + kStep <= n; i += kStep) {
@@ -323,13 +319,13 @@ __attribute__((always_inline)) inline std::size_t MapInversePointsLoop(const Cha
     TVec8x2 qx, qy, f2;
     InverseStart(chain.kernel, px, py, qx, qy);
     NewtonSteps(chain.kernel, px, py, qx, qy, f2, 0, kFirstPassSteps);
-    WritePoints(out + i, qx.a, qy.a, stream, marks);
-    WritePoints(out + i + kLanes, qx.b, qy.b, stream, marks);
+    // Ordinary stores: see kStreamBytes.
+    WritePoints(out + i, qx.a, qy.a, false, marks);
+    WritePoints(out + i + kLanes, qx.b, qy.b, false, marks);
     // f2 >= 0 in every lane: a sum within the tolerance means every lane converged.
     if (!(LaneSum(f2.a + f2.b) <= kNewtonTolerance2)) stragglers.Add(i, px, py, f2);
   }
   stragglers.Finish();
-  if (stream) EndStreaming();
   std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, i);
   for (; i < n; ++i) {
     out[i] = chain.Map1(in[i].x, in[i].y);
@@ -344,15 +340,13 @@ __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& cha
                                                                 vec_t_<double, 2>* out,
                                                                 std::size_t n) {
   TVec8 marks{};
-  const bool stream = UseStreamingStores(out, n);
   std::size_t i = 0;
   for (; i + kLanes <= n; i += kLanes) {
     TVec8 x, y;
     LoadPoints(in + i, x, y);
     chain.Map8(x, y);
-    WritePoints(out + i, x, y, stream, marks);
+    WritePoints(out + i, x, y, /*stream=*/false, marks);  // see kStreamBytes
   }
-  if (stream) EndStreaming();
   std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, i);
   for (; i < n; ++i) {
     out[i] = chain.Map1(in[i].x, in[i].y);

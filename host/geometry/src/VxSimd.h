@@ -105,9 +105,13 @@ __attribute__((always_inline)) inline void StorePoints(vec_t_<double, 2>* p, con
   std::memcpy(static_cast<void*>(p + 4), &b, sizeof b);
 }
 
-// Outputs at least this large are written with streaming stores, which bypass the caches: the
+// Grids at least this large are written with streaming stores, which bypass the caches: the
 // processor then writes each cache line of the result once instead of first reading it. Below
-// it the result is likely to be read again soon and is better left in the cache.
+// it the result is likely to be read again soon and is better left in the cache. Batches of
+// points, which read as much as they write, use ordinary stores at any size: measured on a
+// Zen 4 core, streaming stores made the camera-to-millimetre batch of 10^7 points 1.3 times
+// slower (1.65 against 1.30 ns a point) and that of 10^6 points too (1.48 against 1.15), while
+// a grid of 10^8 points written with them takes 0.95 ns a point against 1.47 without.
 constexpr std::size_t kStreamBytes = std::size_t{16} << 20;
 
 // True when the n points at `out` are written with StreamPoints.

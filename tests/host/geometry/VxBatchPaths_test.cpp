@@ -227,7 +227,8 @@ TEST(TransformGrid, EveryPoint_HasTheBitsOfTheOnePointPath) {
   ExpectGridEqualsOnePoint(TUnityTransform(), grid, "unity");
 }
 
-// Outputs of 16 MiB and more are written with streaming stores: the same bits.
+// Grids of 16 MiB and more are written with streaming stores: the same bits. A batch of points
+// as large (ordinary stores) checked beside it.
 TEST(TransformGrid, LargeGrid_WrittenPastTheCachesHasTheSameBits) {
   TCombinedTransform camera;
   camera.AddTransform(TAffineTransform(1, 0, -0.003, 0, 1, 0.002));
