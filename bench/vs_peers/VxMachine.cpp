@@ -67,6 +67,25 @@ constexpr double kInstructions512 = 56.0;
                  : __VA_ARGS__, "cc");                                                           \
   }
 
+// The same with two instructions: op1 writing `dests1`, then op2 writing `dests2`, in each block
+// (multiplies and adds side by side, as the library's kernels issue them).
+#define VX_MIXED_LOOP(name, isa, reg, zero, op1, dests1, op2, dests2, s1, s2, ...)                 \
+  __attribute__((noinline, target(isa))) void name(std::uint64_t rounds) {                         \
+    asm volatile(".irp r," dests1 "," dests2 "," s1 "," s2 "\n\t" zero " %%" reg "\\r, %%" reg     \
+                 "\\r, %%" reg                                                                     \
+                 "\\r\n\t.endr\n\t"                                                                \
+                 "1:\n\t"                                                                          \
+                 ".rept 2\n\t.irp r," dests1 "\n\t" op1 " %%" reg s1 ", %%" reg s2 ", %%" reg      \
+                 "\\r\n\t.endr\n\t.irp r," dests2 "\n\t" op2 " %%" reg s1 ", %%" reg s2 ", %%" reg \
+                 "\\r\n\t.endr\n\t.endr\n\t"                                                       \
+                 "dec %0\n\t"                                                                      \
+                 "jnz 1b\n\t"                                                                      \
+                 "vzeroupper"                                                                      \
+                 : "+r"(rounds)                                                                    \
+                 :                                                                                 \
+                 : __VA_ARGS__, "cc");                                                             \
+  }
+
 #define VX_LOW_REGISTERS                                                                   \
   "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", \
       "xmm11", "xmm12", "xmm13", "xmm14", "xmm15"
@@ -74,7 +93,8 @@ constexpr double kInstructions512 = 56.0;
   "xmm16", "xmm17", "xmm18", "xmm19", "xmm20", "xmm21", "xmm22", "xmm23", "xmm24", "xmm25", \
       "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31"
 #define VX_DESTS_14 "0,1,2,3,4,5,6,7,8,9,10,11,12,13"
-#define VX_DESTS_28 VX_DESTS_14 ",14,15,16,17,18,19,20,21,22,23,24,25,26,27"
+#define VX_DESTS_14B "14,15,16,17,18,19,20,21,22,23,24,25,26,27"
+#define VX_DESTS_28 VX_DESTS_14 "," VX_DESTS_14B
 
 VX_THROUGHPUT_LOOP(Add256, "avx2", "ymm", "vxorpd", "vaddpd", VX_DESTS_14, "14", "15",
                    VX_LOW_REGISTERS)
@@ -85,7 +105,14 @@ VX_THROUGHPUT_LOOP(Add512, "avx512f", "zmm", "vpxorq", "vaddpd", VX_DESTS_28, "3
 VX_THROUGHPUT_LOOP(Fma512, "avx512f", "zmm", "vpxorq", "vfmadd231pd", VX_DESTS_28, "30", "31",
                    VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
 
+VX_THROUGHPUT_LOOP(Mul512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_28, "30", "31",
+                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_MIXED_LOOP(MulAdd512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_14, "vaddpd", VX_DESTS_14B,
+              "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+
 #undef VX_THROUGHPUT_LOOP
+#undef VX_MIXED_LOOP
+#undef VX_DESTS_14B
 #undef VX_LOW_REGISTERS
 #undef VX_HIGH_REGISTERS
 #undef VX_DESTS_14
@@ -135,6 +162,8 @@ TMachine MeasureMachine() {
   if (m.avx512f) {
     m.add512PerCycle = PerCycle(&Add512, kInstructions512, m.clockGHz);
     m.fma512PerCycle = PerCycle(&Fma512, kInstructions512, m.clockGHz);
+    m.mul512PerCycle = PerCycle(&Mul512, kInstructions512, m.clockGHz);
+    m.mulAdd512PerCycle = PerCycle(&MulAdd512, kInstructions512, m.clockGHz);
   }
   return m;
 }

@@ -23,6 +23,10 @@ struct TMachine {
   double fma256PerCycle = 0.0;
   double add512PerCycle = 0.0;
   double fma512PerCycle = 0.0;
+  double mul512PerCycle = 0.0;
+  // Multiplies and adds mixed half and half (no fused multiply-add: the library's kernels
+  // compile without it): the rate that bounds their arithmetic.
+  double mulAdd512PerCycle = 0.0;
 };
 
 TMachine MeasureMachine();

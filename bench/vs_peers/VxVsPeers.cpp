@@ -272,10 +272,12 @@ void WriteJson(const std::vector<TCase>& cases, const vxbench::TMachine& m,
                "  \"machine\": {\"measured\": %s, \"clock_ghz\": %.4g, \"tsc_ghz\": %.4g, "
                "\"avx2\": %s, \"fma\": %s, \"avx512f\": %s,\n              "
                "\"add256_per_cycle\": %.4g, \"fma256_per_cycle\": %.4g, "
-               "\"add512_per_cycle\": %.4g, \"fma512_per_cycle\": %.4g},\n",
+               "\"add512_per_cycle\": %.4g, \"fma512_per_cycle\": %.4g, "
+               "\"mul512_per_cycle\": %.4g, \"mul_add512_per_cycle\": %.4g},\n",
                options.callgrind ? "false" : "true", m.clockGHz, m.tscGHz,
                m.avx2 ? "true" : "false", m.fma ? "true" : "false", m.avx512f ? "true" : "false",
-               m.add256PerCycle, m.fma256PerCycle, m.add512PerCycle, m.fma512PerCycle);
+               m.add256PerCycle, m.fma256PerCycle, m.add512PerCycle, m.fma512PerCycle,
+               m.mul512PerCycle, m.mulAdd512PerCycle);
   std::fprintf(f, "  \"cases\": [\n");
   for (std::size_t i = 0; i < cases.size(); ++i) {
     const TCase& c = cases[i];
@@ -679,6 +681,8 @@ int main(int argc, char** argv) {
                 machine.add256PerCycle, machine.fma256PerCycle);
     std::printf("  512-bit adds, FMAs a cycle                        %8.2f %8.2f\n",
                 machine.add512PerCycle, machine.fma512PerCycle);
+    std::printf("  512-bit multiplies, multiplies and adds mixed     %8.2f %8.2f\n",
+                machine.mul512PerCycle, machine.mulAdd512PerCycle);
     const double gain = vxbench::Wide512Gain(machine);
     if (gain > 0.0) {
       std::printf("  doubles a cycle, 512-bit over 256-bit adds        %8.2f: %s\n", gain,
