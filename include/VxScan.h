@@ -95,6 +95,11 @@ class VXSCAN_EXPORT TVxScanImage {
   // The part of the window (x, y, width, height) that lies on the scan; empty when none does.
   // Throws TVxScanError naming the file when GDAL fails to read.
   TVxRaster ReadWindow(int x, int y, int width, int height) const;
+  // The same window's samples as the file stores them, when the scan is one band of 8 bits:
+  // row after row in `samples` (the returned raster's width × height, its pixels left empty),
+  // followed by `padBytes` zeros. Returns an empty raster, reading nothing, for other scans.
+  TVxRaster ReadWindowBytes(int x, int y, int width, int height, std::size_t padBytes,
+                            std::vector<std::uint8_t>* samples) const;
   // The window reduced by `factor` (>= 1): each pixel the mean of factor × factor scan pixels;
   // reduced pixel (i, j) covers scan pixels [i·factor, (i+1)·factor) × [j·factor, (j+1)·factor)
   // and its centre lies at scan pixel (i·factor + (factor-1)/2, j·factor + (factor-1)/2). The

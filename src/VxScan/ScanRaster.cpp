@@ -178,6 +178,34 @@ TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
   return raster;
 }
 
+TVxRaster TVxScanImage::ReadWindowBytes(int x, int y, int width, int height,
+                                        std::size_t padBytes,
+                                        std::vector<std::uint8_t>* samples) const {
+  TVxRaster raster;
+  samples->clear();
+  if (impl_->bits != 8 || impl_->greyBands != 1) return raster;
+  const int x1 = std::max(x, 0);
+  const int y1 = std::max(y, 0);
+  const int x2 = std::min(x + width, impl_->width);
+  const int y2 = std::min(y + height, impl_->height);
+  raster.x0 = x1;
+  raster.y0 = y1;
+  if (x2 <= x1 || y2 <= y1) return raster;
+  raster.width = x2 - x1;
+  raster.height = y2 - y1;
+  samples->assign(
+      static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height) + padBytes,
+      0);
+  std::lock_guard<std::mutex> lock(impl_->mutex);
+  CPLErrorReset();
+  if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
+                   raster.height, samples->data(), raster.width, raster.height, GDT_Byte, 0,
+                   0) != CE_None)
+    throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
+                       std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
+  return raster;
+}
+
 TVxRaster TVxScanImage::ReadReduced(int x, int y, int width, int height, int factor) const {
   if (factor <= 1) return ReadWindow(x, y, width, height);
   const int reducedWidth = impl_->width / factor;
