@@ -127,10 +127,16 @@ double KeysKernel(double s) {
   return 0.0;
 }
 
-class ResampleReference : public ::testing::TestWithParam<TVxInterpolation> {};
+struct TReferenceCase {
+  const char* name;
+  TVxInterpolation interpolation;
+  int bits;  // 8: sampled in the file's bytes; 16: in floats
+};
+
+class ResampleReference : public ::testing::TestWithParam<TReferenceCase> {};
 
 TEST_P(ResampleReference, EveryPixel_IsTheDoubleInterpolationWithinHalfALevel) {
-  const TVxInterpolation interpolation = GetParam();
+  const TVxInterpolation interpolation = GetParam().interpolation;
   const int w = 301, h = 263;
   TVxRaster raster(w, h);
   std::uint32_t state = 12345u;  // a fixed seed: texture and noise of every grey level
@@ -142,7 +148,9 @@ TEST_P(ResampleReference, EveryPixel_IsTheDoubleInterpolationWithinHalfALevel) {
           std::clamp(0.45 * noise + 100.0 + 90.0 * std::sin(0.11 * x + 0.07 * y), 0.0, 255.0)));
     }
   const std::string scanPath = TempPath("reference_scan.tif");
-  WriteRaster(scanPath, raster, TVxRasterWriteOptions());
+  TVxRasterWriteOptions write;
+  write.bits = GetParam().bits;
+  WriteRaster(scanPath, raster, write);
   const TVxScanImage scan(scanPath);
   std::remove(scanPath.c_str());
 
@@ -186,7 +194,7 @@ TEST_P(ResampleReference, EveryPixel_IsTheDoubleInterpolationWithinHalfALevel) {
           const double wy = cubic ? KeysKernel(py - (iy + n)) : 1.0 - std::abs(py - (iy + n));
           value += wx * wy * static_cast<double>(raster.At(ix + m, iy + n));
         }
-      value = std::clamp(value, 0.0, 255.0);
+      value = std::clamp(value, 0.0, GetParam().bits == 8 ? 255.0 : 65535.0);
       worst = std::max(worst, std::abs(static_cast<double>(out.At(i, j)) - value));
       ++compared;
     }
@@ -194,12 +202,13 @@ TEST_P(ResampleReference, EveryPixel_IsTheDoubleInterpolationWithinHalfALevel) {
   EXPECT_LE(worst, 0.5 + kFloatLevels);
 }
 
-INSTANTIATE_TEST_SUITE_P(Interpolations, ResampleReference,
-                         ::testing::Values(TVxInterpolation::Bilinear, TVxInterpolation::Bicubic),
-                         [](const ::testing::TestParamInfo<TVxInterpolation>& p) {
-                           return std::string(p.param == TVxInterpolation::Bilinear ? "bilinear"
-                                                                                    : "bicubic");
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Interpolations, ResampleReference,
+    ::testing::Values(TReferenceCase{"bilinear8", TVxInterpolation::Bilinear, 8},
+                      TReferenceCase{"bicubic8", TVxInterpolation::Bicubic, 8},
+                      TReferenceCase{"bilinear16", TVxInterpolation::Bilinear, 16},
+                      TReferenceCase{"bicubic16", TVxInterpolation::Bicubic, 16}),
+    [](const ::testing::TestParamInfo<TReferenceCase>& p) { return std::string(p.param.name); });
 
 TEST(ResampleScanErrors, SingularMap_IsRefusedAndWritesNothing) {
   const std::string scanPath = TempPath("singular.tif");
