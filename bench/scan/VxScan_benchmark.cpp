@@ -3,7 +3,7 @@
 //   reduced windows of the eight orientations of every mark, then the full-resolution window
 //   about each peak of the orientation found);
 // - resampling: ResampleScan computing its map on the fly, against cv::remap with a map computed
-//   beforehand (outside the timing).
+//   beforehand (outside the timing), bilinear and bicubic, one thread each.
 // Each twice: with the reading of the scan's file (DEFLATE, tiled) in the time, and without it
 // (the scan uncompressed in /dev/shm for this library, a cv::Mat in memory for OpenCV). This
 // library's image is written uncompressed to /dev/shm in both; OpenCV's stays in memory.
