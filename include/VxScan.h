@@ -95,6 +95,11 @@ class VXSCAN_EXPORT TVxScanImage {
   // The part of the window (x, y, width, height) that lies on the scan; empty when none does.
   // Throws TVxScanError naming the file when GDAL fails to read.
   TVxRaster ReadWindow(int x, int y, int width, int height) const;
+  // The same window's samples as the file stores them, when the scan is one band of 8 bits:
+  // row after row in `samples` (the returned raster's width × height, its pixels left empty),
+  // followed by `padBytes` zeros. Returns an empty raster, reading nothing, for other scans.
+  TVxRaster ReadWindowBytes(int x, int y, int width, int height, std::size_t padBytes,
+                            std::vector<std::uint8_t>* samples) const;
   // The window reduced by `factor` (>= 1): each pixel the mean of factor × factor scan pixels;
   // reduced pixel (i, j) covers scan pixels [i·factor, (i+1)·factor) × [j·factor, (j+1)·factor)
   // and its centre lies at scan pixel (i·factor + (factor-1)/2, j·factor + (factor-1)/2). The
@@ -141,6 +146,9 @@ enum class TVxMarkStatus : std::int32_t {
   LowScore = 3,     // the best correlation is below TVxMeasureOptions::minScore
   Ambiguous = 4,    // a second peak nearly as high as the first
   Rejected = 5,     // found, but disagrees with the other marks (residual above the limit)
+  // Found, but pixels under it that its template does not explain (dust, a scratch) move its
+  // peak by more than TVxMeasureOptions::maxDisturbancePx.
+  Disturbed = 6,
 };
 
 // The file text of a status ("Measured", "NoTemplate", ...).
@@ -158,6 +166,10 @@ struct TVxMeasureOptions {
   // A mark whose residual after the fit of the others is longer than this, micrometres, is
   // rejected.
   double rejectResidualUm = 50.0;
+  // A mark whose peak moves by more than this, pixels, when the pixels under it that its
+  // template does not explain are replaced by the template's prediction is Disturbed and not
+  // taken (docs/scan.md).
+  double maxDisturbancePx = 0.1;
   // The transform of the measurements (Similarity, Affine or Projective).
   TTransformType transformType = TTransformType::Affine;
   // Threads of the correlations: 0 the hardware's (at most 8), 1 the calling thread only. The
@@ -177,6 +189,9 @@ struct TVxMarkReport {
   double score = 0.0;              // best correlation, -1..1
   double secondScore = -1.0;       // best correlation outside the peak
   double residualPix = 0.0;        // length of the residual after the robust fit, pixels
+  // How far its peak moved when the pixels under it that its template does not explain were
+  // replaced by the template's prediction, pixels (measured at full resolution).
+  double disturbancePix = 0.0;
 };
 
 // The measurements of a scan, with how they were found.

@@ -3,7 +3,7 @@
 //   reduced windows of the eight orientations of every mark, then the full-resolution window
 //   about each peak of the orientation found);
 // - resampling: ResampleScan computing its map on the fly, against cv::remap with a map computed
-//   beforehand (outside the timing).
+//   beforehand (outside the timing), bilinear and bicubic, one thread each.
 // Each twice: with the reading of the scan's file (DEFLATE, tiled) in the time, and without it
 // (the scan uncompressed in /dev/shm for this library, a cv::Mat in memory for OpenCV). This
 // library's image is written uncompressed to /dev/shm in both; OpenCV's stays in memory.
@@ -278,6 +278,8 @@ void BM_Resample_VxScan(benchmark::State& state, bool reading, TVxInterpolation 
   options.interpolation = interpolation;
   // The image goes uncompressed to memory-backed storage: writing is not what is compared.
   options.compress = false;
+  // One thread, as cv::remap below (cv::setNumThreads(0)).
+  options.threads = 1;
   const std::string out =
       (access("/dev/shm", W_OK) == 0 ? std::string("/dev/shm") : std::string("/tmp")) +
       "/vxscan_bench_out_" + std::to_string(::getpid()) + ".tif";
@@ -332,6 +334,14 @@ BENCHMARK_CAPTURE(BM_Resample_VxScan, bilinear_in_memory, false, TVxInterpolatio
     ->UseRealTime()
     ->Iterations(1);
 BENCHMARK_CAPTURE(BM_Resample_OpenCv, bilinear_in_memory, false, cv::INTER_LINEAR)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1);
+BENCHMARK_CAPTURE(BM_Resample_VxScan, bilinear_reading, true, TVxInterpolation::Bilinear)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1);
+BENCHMARK_CAPTURE(BM_Resample_OpenCv, bilinear_reading, true, cv::INTER_LINEAR)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->Iterations(1);

@@ -7,7 +7,8 @@
 //    marks), and fit an affine map to them;
 // 4. correlate again at full resolution in a small window about each coarse peak, with the
 //    templates warped by that map's linear part, refine to sub-pixel (FindTemplate's method),
-//    and once more with the exposure under the mark made even;
+//    and once more with the exposure under the mark made even; set aside a mark whose peak
+//    moves when the pixels that its template does not explain (dust, a scratch) are repaired;
 // 5. select again: the similarity's consensus, then drop, one at a time, the mark that the
 //    others' fit predicts worst while it is beyond the limit, so that a wrong mark cannot pull
 //    the others;
@@ -287,6 +288,183 @@ TVxRaster EvenExposure(const TVxRaster& window, const TVxRaster& templ, const Ve
   return out;
 }
 
+// A speck of dust or a scratch on a mark moves its correlation peak: the correlation weighs its
+// pixels as much as the mark's. The mark is therefore measured a second way, by least squares
+// on the pixels that its template explains, and the distance between that position and the
+// same measurement on all pixels is the mark's disturbance.
+//
+// The model: the template shifted to the offset d (Keys' bicubic) and blurred by a Gaussian,
+//   I(x) = alpha M(x - d) + beta,
+// fitted to the window's pixels under it (but for kJudgedBorder pixels along its border, which
+// the blur reaches beyond) by Gauss-Newton steps in d with alpha and beta solved alongside,
+// until a step is below kAlignStep. The blur is the one of kBlurSigmas whose model at the
+// correlation's peak leaves the least sum of squares (the templates are sharp, scans are not).
+// The pixels the template does not explain: residuals farther than kOutlierSigmas robust
+// standard deviations (1.4826 times the median absolute deviation, at least a thousandth of the
+// mark's contrast) from the residuals' median, with their eight neighbours (a speck's blurred
+// rim). They are found at the fit on all pixels, the fit is repeated without them, and they are
+// found again at its position, kOutlierRounds times.
+constexpr double kBlurSigmas[] = {0.0, 0.5, 0.8, 1.1, 1.5, 2.0};
+constexpr double kOutlierSigmas = 5.0;
+constexpr int kJudgedBorder = 4;
+constexpr double kAlignStep = 1e-3;
+constexpr int kAlignIterations = 12;
+constexpr int kOutlierRounds = 3;
+
+// The template sampled at (x - fx, y - fy) (Keys' bicubic, its border continued) and blurred.
+TVxRaster ShiftedModel(const TVxRaster& templ, double fx, double fy, double sigma) {
+  TVxRaster out(templ.width, templ.height);
+  const auto at = [&](int x, int y) {
+    return static_cast<double>(
+        templ.At(std::clamp(x, 0, templ.width - 1), std::clamp(y, 0, templ.height - 1)));
+  };
+  for (int y = 0; y < templ.height; ++y)
+    for (int x = 0; x < templ.width; ++x) {
+      const double sx = x - fx, sy = y - fy;
+      const int ix = static_cast<int>(std::floor(sx)), iy = static_cast<int>(std::floor(sy));
+      double sum = 0.0;
+      for (int j = -1; j <= 2; ++j) {
+        double row = 0.0;
+        for (int i = -1; i <= 2; ++i)
+          row += vxscan::CubicKernel(sx - (ix + i)) * at(ix + i, iy + j);
+        sum += vxscan::CubicKernel(sy - (iy + j)) * row;
+      }
+      out.At(x, y) = static_cast<float>(sum);
+    }
+  vxscan::GaussianSmooth(out, sigma);
+  return out;
+}
+
+double Median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+// The model of a mark at an offset of the window: where its grid lies (ix, iy), the model on
+// it, and the gain and level fitted.
+struct TMarkModel {
+  bool ok = false;
+  int ix = 0, iy = 0;
+  TVxRaster model;
+  double alpha = 0.0, beta = 0.0;
+  double sse = 0.0;
+};
+
+// One Gauss-Newton step of the fit above at `offset` over the pixels not flagged (a template-
+// sized mask; empty: all): the model there, and the step of d.
+TMarkModel FitModel(const TVxRaster& window, const TVxRaster& templ, const Vec2& offset,
+                    double sigma, const std::vector<char>& flagged, Vec2* step) {
+  TMarkModel m;
+  const int w = templ.width, h = templ.height;
+  m.ix = static_cast<int>(std::floor(offset.x));
+  m.iy = static_cast<int>(std::floor(offset.y));
+  if (m.ix < 0 || m.iy < 0 || m.ix + w > window.width || m.iy + h > window.height ||
+      w <= 2 * kJudgedBorder + 2 || h <= 2 * kJudgedBorder + 2)
+    return m;
+  m.model = ShiftedModel(templ, offset.x - m.ix, offset.y - m.iy, sigma);
+  double n[4][5] = {};
+  for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
+    for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x) {
+      if (!flagged.empty() && flagged[static_cast<std::size_t>(y * w + x)] != 0) continue;
+      // Moving the model by +d changes it by -grad M · d.
+      const double gx = -0.5 * static_cast<double>(m.model.At(x + 1, y) - m.model.At(x - 1, y));
+      const double gy = -0.5 * static_cast<double>(m.model.At(x, y + 1) - m.model.At(x, y - 1));
+      const double phi[4] = {static_cast<double>(m.model.At(x, y)), 1.0, gx, gy};
+      const double value = static_cast<double>(window.At(m.ix + x, m.iy + y));
+      for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) n[i][j] += phi[i] * phi[j];
+        n[i][4] += phi[i] * value;
+      }
+    }
+  double p[4];
+  if (!SolveNormal4(n, p) || !(std::abs(p[0]) > 0.0)) return m;
+  // alpha and beta of the model as it stands: the fit without the step's terms.
+  m.alpha = p[0];
+  m.beta = p[1];
+  *step = Vec2(p[2] / p[0], p[3] / p[0]);
+  for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
+    for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x) {
+      if (!flagged.empty() && flagged[static_cast<std::size_t>(y * w + x)] != 0) continue;
+      const double r = static_cast<double>(window.At(m.ix + x, m.iy + y)) -
+                       (m.alpha * static_cast<double>(m.model.At(x, y)) + m.beta);
+      m.sse += r * r;
+    }
+  m.ok = true;
+  return m;
+}
+
+// The least-squares position of the mark from `offset` on; false when the fit fails or leaves
+// the window.
+bool AlignModel(const TVxRaster& window, const TVxRaster& templ, double sigma,
+                const std::vector<char>& flagged, Vec2* offset, TMarkModel* model) {
+  for (int k = 0; k < kAlignIterations; ++k) {
+    Vec2 step;
+    *model = FitModel(window, templ, *offset, sigma, flagged, &step);
+    if (!model->ok || !(step.Length() < 2.0)) return false;
+    *offset += step;
+    if (step.Length() < kAlignStep) break;
+  }
+  return true;
+}
+
+// The pixels of the template's grid that the model does not explain, with their neighbours.
+std::vector<char> Outliers(const TVxRaster& window, const TVxRaster& templ, const TMarkModel& m,
+                           int* count) {
+  const int w = templ.width, h = templ.height;
+  std::vector<double> residuals;
+  for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
+    for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x)
+      residuals.push_back(static_cast<double>(window.At(m.ix + x, m.iy + y)) -
+                          (m.alpha * static_cast<double>(m.model.At(x, y)) + m.beta));
+  const double median = Median(residuals);
+  for (double& r : residuals) r = std::abs(r - median);
+  float low = m.model.pixels.front(), high = low;
+  for (float v : m.model.pixels) {
+    low = std::min(low, v);
+    high = std::max(high, v);
+  }
+  const double spread = std::max(1.4826 * Median(residuals),
+                                 1e-3 * std::abs(m.alpha) * static_cast<double>(high - low));
+  std::vector<char> flagged(static_cast<std::size_t>(w) * static_cast<std::size_t>(h), 0);
+  std::size_t k = 0;
+  for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
+    for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x, ++k) {
+      if (!(residuals[k] > kOutlierSigmas * spread)) continue;
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+          flagged[static_cast<std::size_t>((y + dy) * w + x + dx)] = 1;
+    }
+  *count = static_cast<int>(std::count(flagged.begin(), flagged.end(), 1));
+  return flagged;
+}
+
+// The disturbance of the mark whose correlation peaks at `offset` (the template's top-left
+// corner on the window), pixels; 0 when no pixel under it is an outlier or the fits fail.
+double MeasureDisturbance(const TVxRaster& window, const TVxRaster& templ, const Vec2& offset) {
+  double sigma = 0.0, best = -1.0;
+  for (const double s : kBlurSigmas) {
+    Vec2 step;
+    const TMarkModel m = FitModel(window, templ, offset, s, {}, &step);
+    if (m.ok && (best < 0.0 || m.sse < best)) {
+      best = m.sse;
+      sigma = s;
+    }
+  }
+  if (best < 0.0) return 0.0;
+  Vec2 all = offset;
+  TMarkModel model;
+  if (!AlignModel(window, templ, sigma, {}, &all, &model)) return 0.0;
+  Vec2 robust = all;
+  for (int round = 0; round < kOutlierRounds; ++round) {
+    int count = 0;
+    const std::vector<char> flagged = Outliers(window, templ, model, &count);
+    if (count == 0) break;
+    if (!AlignModel(window, templ, sigma, flagged, &robust, &model)) return 0.0;
+  }
+  return (robust - all).Length();
+}
+
 TCamRotate RotationOf(int quarterTurns) {
   switch (quarterTurns) {
     case 1:
@@ -320,6 +498,8 @@ const char* MarkStatusToText(TVxMarkStatus status) {
       return "Ambiguous";
     case TVxMarkStatus::Rejected:
       return "Rejected";
+    case TVxMarkStatus::Disturbed:
+      return "Disturbed";
   }
   return "???";
 }
@@ -493,6 +673,7 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
     bool ok = false;
     Vec2 position;
     double score = 0.0;
+    double disturbance = 0.0;
   };
   const int reach = reduction + 2;  // coarse peak error, full pixels
   const int margin = 4;             // for the re-correlation's cubic and 3 × 3 neighbourhood
@@ -665,10 +846,16 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
       if (!peak.found) return;
       // Once more with the window's exposure made even under the template.
       const TVxRaster even = EvenExposure(task.window, task.templ, peak.offset);
+      bool evenTaken = false;
       if (even.width > 0) {
         const TVxCorrelationPeak evenPeak = FindTemplate(even, task.templ, true);
-        if (evenPeak.found && (evenPeak.offset - peak.offset).Length() < 1.0) peak = evenPeak;
+        if (evenPeak.found && (evenPeak.offset - peak.offset).Length() < 1.0) {
+          peak = evenPeak;
+          evenTaken = true;
+        }
       }
+      task.disturbance =
+          MeasureDisturbance(evenTaken ? even : task.window, task.templ, peak.offset);
       const Vec2 c = Centre(task.templ);
       task.ok = true;
       task.score = peak.score;
@@ -684,9 +871,12 @@ TVxScanMeasurement MeasureMarks(const TVxScanImage& scan, const TVxCameraInfo& c
         pixels[i] = secondPass[i].position;
         report.coordsPix = secondPass[i].position;
         report.score = secondPass[i].score;
+        report.disturbancePix = secondPass[i].disturbance;
       }
       if (!secondPass[i].ok || !(report.score >= options.minScore))
         report.status = TVxMarkStatus::LowScore;
+      else if (!(report.disturbancePix <= options.maxDisturbancePx))
+        report.status = TVxMarkStatus::Disturbed;
       else
         found.push_back(k);
     }

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -19,6 +22,9 @@ using namespace vx_scan_test;
 
 // The promise of the measurement: marks within 0.1 px RMS of the truth.
 constexpr double kRmsLimitPx = 0.1;
+// The largest disturbance of a mark on a scan without defects on its marks, pixels.
+constexpr double kCleanDisturbancePx = 0.01;
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
 struct TScanCase {
   const char* name;
@@ -88,8 +94,17 @@ TEST_P(MeasureScan, FindsOrientationAndMarks) {
     else
       EXPECT_EQ(report.status, TVxMarkStatus::Measured)
           << "mark " << report.index << " " << MarkStatusToText(report.status) << " score "
-          << report.score << " second " << report.secondScore;
+          << report.score << " second " << report.secondScore << " disturbance "
+          << report.disturbancePix;
   }
+  double disturbance = 0.0;
+  for (const TVxMarkReport& report : result.marks)
+    if (report.status == TVxMarkStatus::Measured)
+      disturbance = std::max(disturbance, report.disturbancePix);
+  // Without dust on the marks the least-squares positions with and without the pixels the
+  // templates do not explain agree far below the limit (0.1 px): no mark is set aside by grain,
+  // JPEG, 16 bits or a scale error.
+  EXPECT_LT(disturbance, kCleanDisturbancePx);
   EXPECT_EQ(result.meas.marks.size(),
             camera.fiducials.size() - c.damaged.size() - c.missing.size());
 
@@ -98,7 +113,8 @@ TEST_P(MeasureScan, FindsOrientationAndMarks) {
   EXPECT_LT(rms, kRmsLimitPx);
   RecordProperty("rms_px", std::to_string(rms));
   std::cout << "[ scan ] " << c.name << ": RMS to truth " << rms << " px over "
-            << result.meas.marks.size() << " marks, fit RMS " << result.rmsPix << " px\n";
+            << result.meas.marks.size() << " marks, fit RMS " << result.rmsPix
+            << " px, largest disturbance " << disturbance << " px\n";
 
   // The system's own solution of the measurements agrees with the truth about the orientation
   // and the scale.
@@ -185,9 +201,10 @@ TEST(MeasureMarks, DefaultSearchRadius_FindsAScanOffByMillimetres) {
   EXPECT_LT(RmsToTruth(result.meas, scan), kRmsLimitPx);
 }
 
-// Dust and scratches anywhere, on the marks as well: a speck on a mark moves it, and the
-// measurement stays within a pixel of the truth (docs/scan.md quotes the figure).
-TEST(MeasureMarks, DefectsOnTheMarks_MoveThemByLessThanAPixel) {
+// Dust and scratches anywhere, on the marks as well: a mark whose peak they move is set aside
+// (Disturbed), and the marks kept stay within 0.1 px RMS of the truth (docs/scan.md quotes the
+// figures).
+TEST(MeasureMarks, DefectsOnTheMarks_DisturbedMarksAreSetAside) {
   const TVxCameraInfo camera = TestCamera();
   const TTemplates templates = TestTemplates(camera, true);
   TVxSyntheticScanOptions options = DefaultScanOptions();
@@ -198,12 +215,94 @@ TEST(MeasureMarks, DefectsOnTheMarks_MoveThemByLessThanAPixel) {
       RenderSyntheticScan(camera, templates.set, templates.images, options);
   const TVxScanMeasurement result = WriteAndMeasure(scan.raster, camera, templates, "defects");
   EXPECT_EQ(result.quarterTurns, 0);
-  EXPECT_GE(result.meas.marks.size(), 7u);
+  EXPECT_GE(result.meas.marks.size(), 5u);
+  int disturbed = 0;
+  for (const TVxMarkReport& report : result.marks)
+    if (report.status == TVxMarkStatus::Disturbed) {
+      ++disturbed;
+      EXPECT_GT(report.disturbancePix, TVxMeasureOptions().maxDisturbancePx);
+    }
   const double rms = RmsToTruth(result.meas, scan);
   std::cout << "[ scan ] defects on the marks: RMS to truth " << rms << " px over "
-            << result.meas.marks.size() << " marks\n";
-  EXPECT_LT(rms, 1.0);
+            << result.meas.marks.size() << " marks, " << disturbed << " disturbed\n";
+  EXPECT_LT(rms, kRmsLimitPx);
 }
+
+// A speck of dust or a scratch drawn over one mark of a clean scan (a disc or a line, its edge
+// anti-aliased) that moves the mark's peak by more than kMovedPx: that mark is Disturbed, and
+// the others are measured as without it.
+constexpr double kMovedPx = 0.12;
+struct TDefectCase {
+  const char* name;
+  std::int32_t mark;  // the camera's index of the mark hit
+  double dx, dy;      // the defect's centre from the mark's reference point, pixels
+  double radius;      // of the speck, or half the scratch's width
+  double length;      // of the scratch; 0 a speck
+  double angleDeg;    // of the scratch
+  float grey;
+};
+
+class DefectOnAMark : public ::testing::TestWithParam<TDefectCase> {};
+
+TEST_P(DefectOnAMark, IsDisturbedAndTheOthersStayWithinATenthOfAPixel) {
+  const TDefectCase& c = GetParam();
+  const TVxCameraInfo camera = TestCamera();
+  const TTemplates templates = TestTemplates(camera, true);
+  TVxSyntheticScan scan =
+      RenderSyntheticScan(camera, templates.set, templates.images, DefaultScanOptions());
+  const vec_t_<double, 2> centre = scan.truth.at(c.mark) + vec_t_<double, 2>(c.dx, c.dy);
+  const double ux = std::cos(c.angleDeg * kDegree), uy = std::sin(c.angleDeg * kDegree);
+  for (int y = static_cast<int>(centre.y) - 80; y <= static_cast<int>(centre.y) + 80; ++y)
+    for (int x = static_cast<int>(centre.x) - 80; x <= static_cast<int>(centre.x) + 80; ++x) {
+      // Distance from the disc's centre, or from the scratch's segment.
+      const double px = x - centre.x, py = y - centre.y;
+      const double along = std::clamp(px * ux + py * uy, -0.5 * c.length, 0.5 * c.length);
+      const double d = std::hypot(px - along * ux, py - along * uy);
+      const double cover = std::clamp(c.radius + 0.5 - d, 0.0, 1.0);
+      float& value = scan.raster.At(x, y);
+      value = static_cast<float>((1.0 - cover) * static_cast<double>(value) +
+                                 cover * static_cast<double>(c.grey));
+    }
+  const std::string path = TempPath(std::string(c.name) + ".tif");
+  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  TVxMeasureOptions measure;
+  measure.searchRadiusMm = 3.0;
+  // Taken whatever its disturbance, the mark hit is off by more than kMovedPx.
+  TVxMeasureOptions accepting = measure;
+  accepting.maxDisturbancePx = 1e9;
+  const TVxScanMeasurement moved =
+      MeasureMarks(image, camera, templates.set, templates.images, accepting);
+  const TVxMarkReport& hit = moved.marks.at(static_cast<std::size_t>(c.mark - 1));
+  ASSERT_EQ(hit.status, TVxMarkStatus::Measured);
+  EXPECT_GT((hit.coordsPix - scan.truth.at(c.mark)).Length(), kMovedPx);
+
+  const TVxScanMeasurement result =
+      MeasureMarks(image, camera, templates.set, templates.images, measure);
+  ASSERT_EQ(result.marks.size(), camera.fiducials.size());
+  for (const TVxMarkReport& report : result.marks) {
+    const double error = (report.coordsPix - scan.truth.at(report.index)).Length();
+    std::cout << "[ scan ] " << c.name << ": mark " << report.index << " "
+              << MarkStatusToText(report.status) << ", disturbance " << report.disturbancePix
+              << " px, " << error << " px from the truth\n";
+    if (report.index == c.mark) {
+      EXPECT_EQ(report.status, TVxMarkStatus::Disturbed);
+      EXPECT_GT(report.disturbancePix, TVxMeasureOptions().maxDisturbancePx);
+    } else {
+      EXPECT_EQ(report.status, TVxMarkStatus::Measured) << "mark " << report.index;
+    }
+  }
+  EXPECT_EQ(result.meas.marks.size(), camera.fiducials.size() - 1);
+  EXPECT_LT(RmsToTruth(result.meas, scan), kRmsLimitPx);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Defects, DefectOnAMark,
+    ::testing::Values(TDefectCase{"dark_speck", 3, 8.0, 0.0, 3.5, 0.0, 0.0, 25.0f},
+                      TDefectCase{"bright_speck", 4, 8.0, 0.0, 3.5, 0.0, 0.0, 245.0f},
+                      TDefectCase{"scratch", 6, 10.0, 3.0, 1.0, 120.0, 70.0, 240.0f}),
+    [](const ::testing::TestParamInfo<TDefectCase>& p) { return std::string(p.param.name); });
 
 TEST(MeasureMarks, CameraWithoutFiducials_Throws) {
   TVxCameraInfo camera = TestCamera();

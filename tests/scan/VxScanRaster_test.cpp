@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <cmath>
 
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "VxFileHelpers.h"
 #include "VxScan.h"
@@ -99,6 +101,37 @@ TEST(ScanImage, ReadWindow_ClipsToTheScan) {
   EXPECT_EQ(window.height, 8);
   EXPECT_EQ(image.ReadWindow(100, 0, 10, 10).width, 0);
   std::remove(path.c_str());
+}
+
+TEST(ScanImage, ReadWindowBytes_AreTheSamplesOfReadWindowThenThePad) {
+  const std::string path = TempPath("bytes.tif");
+  WriteRaster(path, Pattern(64, 48, 8), TVxRasterWriteOptions());
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  std::vector<std::uint8_t> bytes(3, 7);
+  const TVxRaster window = image.ReadWindowBytes(-10, 40, 30, 30, 4, &bytes);
+  const TVxRaster floats = image.ReadWindow(-10, 40, 30, 30);
+  EXPECT_EQ(window.x0, 0);
+  EXPECT_EQ(window.y0, 40);
+  ASSERT_EQ(window.width, 20);
+  ASSERT_EQ(window.height, 8);
+  EXPECT_TRUE(window.pixels.empty());
+  ASSERT_EQ(bytes.size(), 20u * 8u + 4u);
+  for (std::size_t i = 0; i < floats.pixels.size(); ++i)
+    ASSERT_EQ(static_cast<float>(bytes[i]), floats.pixels[i]) << i;
+  for (std::size_t i = floats.pixels.size(); i < bytes.size(); ++i) EXPECT_EQ(bytes[i], 0);
+}
+
+TEST(ScanImage, ReadWindowBytes_Of16Bits_ReadsNothing) {
+  const std::string path = TempPath("bytes16.tif");
+  TVxRasterWriteOptions options;
+  options.bits = 16;
+  WriteRaster(path, Pattern(64, 48, 16), options);
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  std::vector<std::uint8_t> bytes(3, 7);
+  EXPECT_EQ(image.ReadWindowBytes(0, 0, 10, 10, 4, &bytes).width, 0);
+  EXPECT_TRUE(bytes.empty());
 }
 
 TEST(ScanImage, ReadReduced_IsTheMeanOfEachBlock) {

@@ -10,6 +10,7 @@
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
+#include "VxCamNumbers.h"
 #include "VxCamSolution.h"
 #include "VxCamText.h"
 #include "VxScan.h"
@@ -88,7 +89,8 @@ void WriteReport(std::ostream& out, const TVxScanImage& scan, const TVxScanMeasu
   for (const TVxMarkReport& mark : result.marks) {
     std::string value = StatusText(mark.status);
     if (mark.status == TVxMarkStatus::Measured || mark.status == TVxMarkStatus::Rejected ||
-        mark.status == TVxMarkStatus::Ambiguous || mark.status == TVxMarkStatus::LowScore) {
+        mark.status == TVxMarkStatus::Ambiguous || mark.status == TVxMarkStatus::LowScore ||
+        mark.status == TVxMarkStatus::Disturbed) {
       value += ": " + FormatFixed(mark.coordsPix.x, 3) + ", " + FormatFixed(mark.coordsPix.y, 3) +
                " " + px + "; " + Text("vxcam.measure.correlation") + " " +
                FormatFixed(mark.score, 3) + ", " + Text("vxcam.measure.second_peak") + " " +
@@ -96,6 +98,9 @@ void WriteReport(std::ostream& out, const TVxScanImage& scan, const TVxScanMeasu
       if (mark.status == TVxMarkStatus::Measured || mark.status == TVxMarkStatus::Rejected)
         value += "; " + Text("vxcam.measure.residual") + " " + FormatFixed(mark.residualPix, 3) +
                  " " + px;
+      if (mark.status == TVxMarkStatus::Disturbed)
+        value += "; " + Text("vxcam.measure.disturbance") + " " +
+                 FormatFixed(mark.disturbancePix, 3) + " " + px;
     }
     rows.push_back({1, std::to_string(mark.index), value});
   }
@@ -114,6 +119,7 @@ nlohmann::ordered_json ReportJson(const TVxScanImage& scan, const TVxScanMeasure
       m["score"] = mark.score;
       m["second_score"] = mark.secondScore;
       m["residual_pix"] = mark.residualPix;
+      m["disturbance_pix"] = mark.disturbancePix;
     }
     marks.push_back(m);
   }
@@ -126,6 +132,17 @@ nlohmann::ordered_json ReportJson(const TVxScanImage& scan, const TVxScanMeasure
           {"rms_pix", result.rmsPix},
           {"measured", result.meas.marks.size()},
           {"marks", marks}};
+}
+
+// A correlation coefficient: a number from -1 to 1.
+CLI::Validator CorrelationValue() {
+  return CLI::Validator(
+      [](std::string& text) -> std::string {
+        double value = 0.0;
+        if (ParseFiniteNumber(text, value) && value >= -1.0 && value <= 1.0) return {};
+        return Text("vxcam.error.not_a_correlation") + ": " + text;
+      },
+      "", "CORRELATION");
 }
 
 // The file beside a resampled image that holds its pixel-to-camera map.
@@ -148,6 +165,12 @@ int RunMeasure(const TArgs& args, TIo& io) {
         AddOutputOption(app, outputPath, "vxcam.opt.output_measured", true);
         app.add_option("--search-radius", options.searchRadiusMm, Text("vxcam.opt.search_radius"))
             ->option_text("MM")
+            ->check(PositiveNumber());
+        app.add_option("--min-score", options.minScore, Text("vxcam.opt.min_score"))
+            ->option_text("R")
+            ->check(CorrelationValue());
+        app.add_option("--reject-limit", options.rejectResidualUm, Text("vxcam.opt.reject_limit"))
+            ->option_text("UM")
             ->check(PositiveNumber());
         app.add_option("--threads", options.threads, Text("vxcam.opt.scan_threads"))
             ->option_text("N")
