@@ -240,8 +240,11 @@ class TInverseStragglers {
   // Bit k set where lane k of f2 is not within the tolerance: the lanes' weights 2^k summed.
   __attribute__((always_inline)) static unsigned MissedLanes(const TVec8& f2) {
     const TVec8 weights = {1, 2, 4, 8, 16, 32, 64, 128};
-    const TVec8 missed = f2 <= TVec8{} + kNewtonTolerance2 ? TVec8{} : weights;
-    return static_cast<unsigned>(LaneSum(missed));
+    TMask8 missed;
+    AboveOrNaN(f2, kNewtonTolerance2, missed);
+    TVec8 weighted;
+    Select(missed, weights, TVec8{}, weighted);
+    return static_cast<unsigned>(LaneSum(weighted));
   }
 
   // Finishes the first `n` pending points (n <= kBlock; lanes beyond n repeat point 0).

@@ -129,27 +129,30 @@ inline void KeepConverged(double& q, const double& next, bool /*done*/) {
   q = next;
 }
 
-// The same for eight lanes, without a branch per lane: a vector compare gives the mask of the
-// converged lanes and a blend keeps them. Their sum within the tolerance shows that all converged
+// The same for eight lanes, without a branch per lane: a mask of the converged lanes
+// (AboveOrNaN) and a select keep them. Their sum within the tolerance shows that all converged
 // (f2 >= 0 in every lane; NaN in any lane makes the sum NaN), and then no mask is needed.
 __attribute__((always_inline)) inline TConverged Converged(const TVec8& f2, TMask8& done) {
   constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
   if (LaneSum(f2) <= tolerance2) return TConverged::kAll;
-  done = f2 <= TVec8{} + tolerance2;
+  AboveOrNaN(f2, tolerance2, done);
+  done = ~done;
   return TConverged::kNotAll;
 }
 
 __attribute__((always_inline)) inline void KeepConverged(TVec8& q, const TVec8& next,
                                                          const TMask8& done) {
-  q = done ? q : next;
+  Select(done, q, next, q);
 }
 
 // Two vectors: all converged when both are (the sum of their lane sums), else a mask each.
 __attribute__((always_inline)) inline TConverged Converged(const TVec8x2& f2, TMask8x2& done) {
   constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
   if (LaneSum(f2.a + f2.b) <= tolerance2) return TConverged::kAll;
-  done.a = f2.a <= TVec8{} + tolerance2;
-  done.b = f2.b <= TVec8{} + tolerance2;
+  AboveOrNaN(f2.a, tolerance2, done.a);
+  AboveOrNaN(f2.b, tolerance2, done.b);
+  done.a = ~done.a;
+  done.b = ~done.b;
   return TConverged::kNotAll;
 }
 

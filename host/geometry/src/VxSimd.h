@@ -153,6 +153,32 @@ inline void EndStreaming() {
 #endif
 }
 
+// The lanes' bits as unsigned integers, for the masks below.
+typedef unsigned long long TBits8 __attribute__((vector_size(64)));
+
+// All bits set in the lanes where !(v <= t), NaN included; zero in the others. Computed with
+// integer operations on the bits, not a vector comparison: GCC lowers a comparison (and a select)
+// of eight doubles lane by lane, with a scalar compare and a branch each, in the clones whose
+// registers hold four doubles or two. Measured on the inverse: the AVX2 clone 10 % faster (38
+// against 34 ns a point), the AVX-512 clone unchanged. t - v has its sign bit set where v > t; a
+// NaN has its own test, as the sign of t - NaN is not defined: its magnitude exceeds that of
+// infinity.
+__attribute__((always_inline)) inline void AboveOrNaN(const TVec8& v, double t, TMask8& mask) {
+  const TBits8 difference = __builtin_bit_cast(TBits8, TVec8{} + t - v);
+  const TBits8 magnitude = __builtin_bit_cast(TBits8, v) & 0x7FFFFFFFFFFFFFFFull;
+  const TBits8 nan = (0x7FF0000000000000ull - magnitude) >> 63;
+  const TBits8 above = (difference >> 63) | nan;
+  mask = __builtin_bit_cast(TMask8, TBits8{} - above);
+}
+
+// result = a in the lanes of `mask`, b in the others, bit for bit.
+__attribute__((always_inline)) inline void Select(const TMask8& mask, const TVec8& a,
+                                                  const TVec8& b, TVec8& result) {
+  const TBits8 m = __builtin_bit_cast(TBits8, mask);
+  const TBits8 bits = (__builtin_bit_cast(TBits8, a) & m) | (__builtin_bit_cast(TBits8, b) & ~m);
+  result = __builtin_bit_cast(TVec8, bits);
+}
+
 // The sum of the eight lanes (a tree of three shuffles and adds). It answers "are all lanes
 // within t" without a vector comparison, which GCC lowers lane by lane in the clones whose
 // registers are narrower than eight doubles (measured in the AVX2 clone: a compare and a blend
