@@ -47,7 +47,7 @@ struct TFormulaKernel {
     const T x = px - c_.centre.x;
     column[kX] = x;
     column[kXX] = x * x;
-    column[kX2X] = 2.0 * x * x;
+    column[kX2X] = column[kXX] + column[kXX];  // 2 x^2 exactly, as (2 x) x, with an addition
     column[kP2X] = 2.0 * c_.p2 * x;
     column[kP1X] = 2.0 * c_.p1 * x;
     column[kB1X] = c_.b1 * x;
@@ -59,7 +59,7 @@ struct TFormulaKernel {
     const T y = py - c_.centre.y;
     row[kY] = y;
     row[kYY] = y * y;
-    row[kY2Y] = 2.0 * y * y;
+    row[kY2Y] = row[kYY] + row[kYY];
     row[kB2Y] = c_.b2 * y;
     row[kA2Y] = c_.a2 * y;
   }
@@ -140,6 +140,9 @@ struct TFormulaKernel {
     const T x = px - c_.centre.x;
     const T y = py - c_.centre.y;
     const T r2 = x * x + y * y;
+    // 2 x^2 and 2 y^2 as the displacement's terms compute them (with an addition).
+    const T xx2 = x * x + x * x;
+    const T yy2 = y * y + y * y;
     T radial;
     Radial(r2, radial);
     const T txx = 6.0 * c_.p1 * x + 2.0 * c_.p2 * y;
@@ -149,10 +152,10 @@ struct TFormulaKernel {
     if constexpr (kBrown) {
       // d(radial)/d(r^2); d(r^2)/dx = 2x.
       const T radial1 = c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3));
-      jxx = radial + 2.0 * x * x * radial1 + txx;
+      jxx = radial + xx2 * radial1 + txx;
       jxy = 2.0 * x * y * radial1 + txy;
       jyx = 2.0 * x * y * radial1 + tyx;
-      jyy = radial + 2.0 * y * y * radial1 + tyy;
+      jyy = radial + yy2 * radial1 + tyy;
       if constexpr (kInPlane) {
         jxx += c_.b1;
         jxy += c_.b2;
@@ -165,12 +168,12 @@ struct TFormulaKernel {
           c_.k1 + r2 * (2.0 * c_.k2 + r2 * (3.0 * c_.k3 + r2 * (4.0 * c_.k4 + r2 * 5.0 * c_.k5)));
       const T profile = 1.0 + r2 * (c_.p3 + r2 * c_.p4);
       const T profile1 = c_.p3 + 2.0 * r2 * c_.p4;
-      const T tx = c_.p1 * (r2 + 2.0 * x * x) + 2.0 * c_.p2 * x * y;
-      const T ty = c_.p2 * (r2 + 2.0 * y * y) + 2.0 * c_.p1 * x * y;
-      jxx = radial + 2.0 * x * x * radial1 + 2.0 * x * profile1 * tx + profile * txx + c_.b1;
+      const T tx = c_.p1 * (r2 + xx2) + 2.0 * c_.p2 * x * y;
+      const T ty = c_.p2 * (r2 + yy2) + 2.0 * c_.p1 * x * y;
+      jxx = radial + xx2 * radial1 + 2.0 * x * profile1 * tx + profile * txx + c_.b1;
       jxy = 2.0 * x * y * radial1 + 2.0 * y * profile1 * tx + profile * txy + c_.b2;
       jyx = 2.0 * x * y * radial1 + 2.0 * x * profile1 * ty + profile * tyx + c_.a1;
-      jyy = radial + 2.0 * y * y * radial1 + 2.0 * y * profile1 * ty + profile * tyy + c_.a2;
+      jyy = radial + yy2 * radial1 + 2.0 * y * profile1 * ty + profile * tyy + c_.a2;
     }
   }
 
