@@ -1,13 +1,11 @@
 // Orientations of a scan, the similarity fit and the pool of threads.
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <exception>
-#include <mutex>
 #include <thread>
 
 #include "ScanInternal.h"
+#include "VxParallel.h"
 
 namespace vxscan {
 
@@ -133,32 +131,46 @@ int ThreadCount(int option) {
   return std::clamp(static_cast<int>(hardware), 1, 8);
 }
 
+namespace {
+
+// The scan library's threads: one pool for the process, started on the first call that asks for
+// more than one thread and reused by every later one (a call waits while another runs).
+TVxWorkerPool& ScanPool() {
+  static TVxWorkerPool pool;
+  return pool;
+}
+
+// True on a thread while it runs a task of the pool: a ParallelFor inside a task runs on that
+// thread alone, as the pool cannot run a call within one of its own.
+thread_local bool tInPoolTask = false;
+
+// Marks the thread as running a task for its lifetime.
+class TInPoolTask {
+ public:
+  TInPoolTask() : outer_(tInPoolTask) { tInPoolTask = true; }
+  ~TInPoolTask() { tInPoolTask = outer_; }
+  TInPoolTask(const TInPoolTask&) = delete;
+  TInPoolTask& operator=(const TInPoolTask&) = delete;
+
+ private:
+  bool outer_;
+};
+
+void RunBody(std::size_t k, void* context) {
+  const TInPoolTask inTask;
+  (*static_cast<const std::function<void(int)>*>(context))(static_cast<int>(k));
+}
+
+}  // namespace
+
 void ParallelFor(int count, int threads, const std::function<void(int)>& body) {
   const int workers = std::min(std::max(threads, 1), count);
-  if (workers <= 1) {
+  if (workers <= 1 || tInPoolTask) {
     for (int i = 0; i < count; ++i) body(i);
     return;
   }
-  std::atomic<int> next{0};
-  std::exception_ptr failure;
-  std::mutex failureMutex;
-  const auto work = [&] {
-    for (int i = next++; i < count; i = next++) {
-      try {
-        body(i);
-      } catch (...) {
-        std::lock_guard<std::mutex> lock(failureMutex);
-        if (!failure) failure = std::current_exception();
-        next = count;
-      }
-    }
-  };
-  std::vector<std::thread> pool;
-  pool.reserve(static_cast<std::size_t>(workers - 1));
-  for (int t = 1; t < workers; ++t) pool.emplace_back(work);
-  work();
-  for (std::thread& thread : pool) thread.join();
-  if (failure) std::rethrow_exception(failure);
+  ScanPool().Run(static_cast<std::size_t>(count), workers, &RunBody,
+                 const_cast<std::function<void(int)>*>(&body));
 }
 
 }  // namespace vxscan

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 #include "VxScan.h"
 #include "VxScanResample.h"
@@ -79,6 +80,48 @@ TEST(ResampleScanThreads, ThreeThreads_WriteTheSameImageAsOne) {
   std::remove(three.c_str());
   ASSERT_EQ(a.Width(), b.Width());
   ASSERT_EQ(a.Height(), b.Height());
+  EXPECT_EQ(a.ReadWindow(0, 0, a.Width(), a.Height()).pixels,
+            b.ReadWindow(0, 0, b.Width(), b.Height()).pixels);
+}
+
+// The threads of the process, as Linux lists them.
+std::size_t ProcessThreads() {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/task"))
+    ++count;
+  return count;
+}
+
+// The scan library's threads are started once and kept: a second resampling on as many threads
+// starts none, and the results do not depend on it.
+TEST(ResampleScanThreads, SecondCall_ReusesTheThreadsOfTheFirst) {
+  const TVxCameraInfo camera = TestCamera();
+  const TTemplates templates = TestTemplates(camera, false);
+  TVxSyntheticScanOptions options = DefaultScanOptions();
+  options.width = options.height = 300;
+  const TVxSyntheticScan scan =
+      RenderSyntheticScan(camera, templates.set, templates.images, options);
+  const std::string path = TempPath("resample_reuse.tif");
+  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
+  const TVxScanImage image(path);
+  std::remove(path.c_str());
+  TVxPixToCamMap map;
+  map.matrix = {0.024, 0.0, -3.6, 0.0, -0.024, 3.6, 0.0, 0.0, 1.0};
+  TVxResampleOptions resample;
+  resample.tileSize = 32;
+  resample.threads = 3;
+  const std::string first = TempPath("resample_reuse_1.tif");
+  const std::string second = TempPath("resample_reuse_2.tif");
+  const std::size_t before = ProcessThreads();
+  ResampleScan(image, camera, map, first, resample);
+  const std::size_t after = ProcessThreads();
+  // The two workers beside the calling thread stay.
+  EXPECT_EQ(after, before + 2);
+  ResampleScan(image, camera, map, second, resample);
+  EXPECT_EQ(ProcessThreads(), after);
+  const TVxScanImage a(first), b(second);
+  std::remove(first.c_str());
+  std::remove(second.c_str());
   EXPECT_EQ(a.ReadWindow(0, 0, a.Width(), a.Height()).pixels,
             b.ReadWindow(0, 0, b.Width(), b.Height()).pixels);
 }
