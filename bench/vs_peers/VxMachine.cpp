@@ -49,27 +49,12 @@ __attribute__((noinline)) std::uint64_t AddChain(std::uint64_t rounds) {
 constexpr double kInstructions256 = 28.0;  // a round
 constexpr double kInstructions512 = 56.0;
 
-// A loop of `rounds` rounds, each two blocks of the instruction `op` writing the registers
-// `dests` of kind `reg` ("ymm" or "zmm") from the sources s1 and s2; every register starts at
-// zero. The clobbers name every register the loop touches.
-#define VX_THROUGHPUT_LOOP(name, isa, reg, zero, op, dests, s1, s2, ...)                         \
-  __attribute__((noinline, target(isa))) void name(std::uint64_t rounds) {                       \
-    asm volatile(".irp r," dests "," s1 "," s2 "\n\t" zero " %%" reg "\\r, %%" reg "\\r, %%" reg \
-                 "\\r\n\t.endr\n\t"                                                              \
-                 "1:\n\t"                                                                        \
-                 ".rept 2\n\t.irp r," dests "\n\t" op " %%" reg s1 ", %%" reg s2 ", %%" reg      \
-                 "\\r\n\t.endr\n\t.endr\n\t"                                                     \
-                 "dec %0\n\t"                                                                    \
-                 "jnz 1b\n\t"                                                                    \
-                 "vzeroupper"                                                                    \
-                 : "+r"(rounds)                                                                  \
-                 :                                                                               \
-                 : __VA_ARGS__, "cc");                                                           \
-  }
-
-// The same with two instructions: op1 writing `dests1`, then op2 writing `dests2`, in each block
-// (multiplies and adds side by side, as the library's kernels issue them).
-#define VX_MIXED_LOOP(name, isa, reg, zero, op1, dests1, op2, dests2, s1, s2, ...)                 \
+// A loop of `rounds` rounds, each two blocks of op1 writing the registers `dests1` and op2 writing
+// `dests2`, of kind `reg` ("ymm" or "zmm"), from the sources s1 and s2; every register starts at
+// zero. The clobbers name every register the loop touches. With op1 = op2 it measures one
+// instruction; with a multiplication and an addition, the two side by side, as the library's
+// kernels issue them.
+#define VX_VECTOR_LOOP(name, isa, reg, zero, op1, dests1, op2, dests2, s1, s2, ...)                \
   __attribute__((noinline, target(isa))) void name(std::uint64_t rounds) {                         \
     asm volatile(".irp r," dests1 "," dests2 "," s1 "," s2 "\n\t" zero " %%" reg "\\r, %%" reg     \
                  "\\r, %%" reg                                                                     \
@@ -93,30 +78,30 @@ constexpr double kInstructions512 = 56.0;
   "xmm16", "xmm17", "xmm18", "xmm19", "xmm20", "xmm21", "xmm22", "xmm23", "xmm24", "xmm25", \
       "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31"
 #define VX_DESTS_14 "0,1,2,3,4,5,6,7,8,9,10,11,12,13"
+#define VX_DESTS_7 "0,1,2,3,4,5,6"
+#define VX_DESTS_7B "7,8,9,10,11,12,13"
 #define VX_DESTS_14B "14,15,16,17,18,19,20,21,22,23,24,25,26,27"
-#define VX_DESTS_28 VX_DESTS_14 "," VX_DESTS_14B
 
-VX_THROUGHPUT_LOOP(Add256, "avx2", "ymm", "vxorpd", "vaddpd", VX_DESTS_14, "14", "15",
-                   VX_LOW_REGISTERS)
-VX_THROUGHPUT_LOOP(Fma256, "avx2,fma", "ymm", "vxorpd", "vfmadd231pd", VX_DESTS_14, "14", "15",
-                   VX_LOW_REGISTERS)
-VX_THROUGHPUT_LOOP(Add512, "avx512f", "zmm", "vpxorq", "vaddpd", VX_DESTS_28, "30", "31",
-                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
-VX_THROUGHPUT_LOOP(Fma512, "avx512f", "zmm", "vpxorq", "vfmadd231pd", VX_DESTS_28, "30", "31",
-                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_VECTOR_LOOP(Add256, "avx2", "ymm", "vxorpd", "vaddpd", VX_DESTS_7, "vaddpd", VX_DESTS_7B, "14",
+               "15", VX_LOW_REGISTERS)
+VX_VECTOR_LOOP(Fma256, "avx2,fma", "ymm", "vxorpd", "vfmadd231pd", VX_DESTS_7, "vfmadd231pd",
+               VX_DESTS_7B, "14", "15", VX_LOW_REGISTERS)
+VX_VECTOR_LOOP(Add512, "avx512f", "zmm", "vpxorq", "vaddpd", VX_DESTS_14, "vaddpd", VX_DESTS_14B,
+               "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_VECTOR_LOOP(Fma512, "avx512f", "zmm", "vpxorq", "vfmadd231pd", VX_DESTS_14, "vfmadd231pd",
+               VX_DESTS_14B, "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_VECTOR_LOOP(Mul512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_14, "vmulpd", VX_DESTS_14B,
+               "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
+VX_VECTOR_LOOP(MulAdd512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_14, "vaddpd", VX_DESTS_14B,
+               "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
 
-VX_THROUGHPUT_LOOP(Mul512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_28, "30", "31",
-                   VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
-VX_MIXED_LOOP(MulAdd512, "avx512f", "zmm", "vpxorq", "vmulpd", VX_DESTS_14, "vaddpd", VX_DESTS_14B,
-              "30", "31", VX_LOW_REGISTERS, VX_HIGH_REGISTERS)
-
-#undef VX_THROUGHPUT_LOOP
-#undef VX_MIXED_LOOP
+#undef VX_VECTOR_LOOP
 #undef VX_DESTS_14B
 #undef VX_LOW_REGISTERS
 #undef VX_HIGH_REGISTERS
 #undef VX_DESTS_14
-#undef VX_DESTS_28
+#undef VX_DESTS_7
+#undef VX_DESTS_7B
 
 // The fastest of kTries runs of a vector loop, in instructions a cycle at `clockGHz`.
 double PerCycle(void (*loop)(std::uint64_t), double instructions, double clockGHz) {

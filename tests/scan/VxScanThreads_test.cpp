@@ -54,17 +54,24 @@ TEST(MeasureMarksThreads, FourThreads_EqualOneThreadExactly) {
   EXPECT_EQ(four.quarterTurns, 3);
 }
 
-TEST(ResampleScanThreads, ThreeThreads_WriteTheSameImageAsOne) {
-  const TVxCameraInfo camera = TestCamera();
+// A synthetic scan of `side` × `side` pixels with drawn marks, opened from a file already removed
+// (the image keeps it open).
+TVxScanImage SquareScan(const TVxCameraInfo& camera, int side, const char* name) {
   const TTemplates templates = TestTemplates(camera, false);
   TVxSyntheticScanOptions options = DefaultScanOptions();
-  options.width = options.height = 600;
+  options.width = options.height = side;
   const TVxSyntheticScan scan =
       RenderSyntheticScan(camera, templates.set, templates.images, options);
-  const std::string path = TempPath("resample_threads.tif");
+  const std::string path = TempPath(name);
   WriteRaster(path, scan.raster, TVxRasterWriteOptions());
-  const TVxScanImage image(path);
+  TVxScanImage image(path);
   std::remove(path.c_str());
+  return image;
+}
+
+TEST(ResampleScanThreads, ThreeThreads_WriteTheSameImageAsOne) {
+  const TVxCameraInfo camera = TestCamera();
+  const TVxScanImage image = SquareScan(camera, 600, "resample_threads.tif");
   TVxPixToCamMap map;  // a turn of 30 degrees and 24 µm pixels
   const double c = 0.024 * std::cos(0.5236), s = 0.024 * std::sin(0.5236);
   map.matrix = {c, -s, -299.5 * c + 299.5 * s, -s, -c, 299.5 * s + 299.5 * c, 0.0, 0.0, 1.0};
@@ -96,15 +103,7 @@ std::size_t ProcessThreads() {
 // starts none, and the results do not depend on it.
 TEST(ResampleScanThreads, SecondCall_ReusesTheThreadsOfTheFirst) {
   const TVxCameraInfo camera = TestCamera();
-  const TTemplates templates = TestTemplates(camera, false);
-  TVxSyntheticScanOptions options = DefaultScanOptions();
-  options.width = options.height = 300;
-  const TVxSyntheticScan scan =
-      RenderSyntheticScan(camera, templates.set, templates.images, options);
-  const std::string path = TempPath("resample_reuse.tif");
-  WriteRaster(path, scan.raster, TVxRasterWriteOptions());
-  const TVxScanImage image(path);
-  std::remove(path.c_str());
+  const TVxScanImage image = SquareScan(camera, 300, "resample_reuse.tif");
   TVxPixToCamMap map;
   map.matrix = {0.024, 0.0, -3.6, 0.0, -0.024, 3.6, 0.0, 0.0, 1.0};
   TVxResampleOptions resample;

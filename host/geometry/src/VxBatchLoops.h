@@ -185,6 +185,23 @@ __attribute__((always_inline)) inline void WritePoints(vec_t_<double, 2>* p, con
 constexpr int kFirstPassSteps = 2;
 static_assert(kFirstPassSteps < kFixedNewtonSteps, "the second pass continues the first stage");
 
+// The end of a batch loop that mapped the points before `done` in vectors: their NaN results
+// counted (point by point only where the marks show a result that is not finite), then the points
+// from `done` to n mapped one at a time. Returns the NaN results of all n.
+template <class Chain>
+__attribute__((always_inline)) inline std::size_t MapTheRest(const Chain& chain,
+                                                             const vec_t_<double, 2>* in,
+                                                             vec_t_<double, 2>* out,
+                                                             std::size_t done, std::size_t n,
+                                                             const TVec8& marks) {
+  std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, done);
+  for (std::size_t i = done; i < n; ++i) {
+    out[i] = chain.Map1(in[i].x, in[i].y);
+    if (IsNaNPoint(out[i])) ++nan;
+  }
+  return nan;
+}
+
 // The second pass of the inverse over a batch: it takes the points that the first pass left
 // unconverged, with their input p (after the affine map) and, read back from `out`, their q after
 // kFirstPassSteps steps, and continues their first stage where it stopped, sixteen at a time,
@@ -329,12 +346,7 @@ __attribute__((always_inline)) inline std::size_t MapInversePointsLoop(const Cha
     if (!(LaneSum(f2.a + f2.b) <= kNewtonTolerance2)) stragglers.Add(i, px, py, f2);
   }
   stragglers.Finish();
-  std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, i);
-  for (; i < n; ++i) {
-    out[i] = chain.Map1(in[i].x, in[i].y);
-    if (IsNaNPoint(out[i])) ++nan;
-  }
-  return nan;
+  return MapTheRest(chain, in, out, i, n, marks);
 }
 
 template <class Chain>
@@ -350,12 +362,7 @@ __attribute__((always_inline)) inline std::size_t MapPointsLoop(const Chain& cha
     chain.Map8(x, y);
     WritePoints(out + i, x, y, /*stream=*/false, marks);  // see kStreamBytes
   }
-  std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, i);
-  for (; i < n; ++i) {
-    out[i] = chain.Map1(in[i].x, in[i].y);
-    if (IsNaNPoint(out[i])) ++nan;
-  }
-  return nan;
+  return MapTheRest(chain, in, out, i, n, marks);
 }
 
 // One row of a grid: the points are generated here, in registers, with the arithmetic of
