@@ -17,9 +17,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "VxBatchLoops.h"
+#include "VxGeometry.h"
 #include "kernels/VxFormulaKernel.h"
 
 namespace {
@@ -74,9 +76,8 @@ __attribute__((target("avx512f"), noinline)) void MapPlain(const Chain& chain, c
 // The first points one at a time until `out` is aligned to 64 bytes, then two full cache lines
 // of results a vector with streaming stores.
 template <class Chain>
-__attribute__((target("avx512f"), noinline)) void MapStreaming(const Chain& chain,
-                                                               const TPoint* in, TPoint* out,
-                                                               std::size_t n) {
+__attribute__((target("avx512f"), noinline)) void MapStreaming(const Chain& chain, const TPoint* in,
+                                                               TPoint* out, std::size_t n) {
   std::size_t i = 0;
   for (; i < n && reinterpret_cast<std::uintptr_t>(out + i) % 64 != 0; ++i) {
     out[i] = chain.Map1(in[i].x, in[i].y);
@@ -185,6 +186,32 @@ void BM_LargeStreamingStores(benchmark::State& state) {
   Measure(state, kLarge, [&](auto... a) { MapStreaming(chain, a...); });
 }
 
+// The library's own batch call on the same points: the composite of the shift and the model.
+std::unique_ptr<TCombinedTransform> LibraryCamera() {
+  constexpr double f = 120.0;
+  TFormulaDistortion::TDistCoeff c;
+  c.centre = {0.003, -0.002};
+  c.k1 = -0.01 / (f * f);
+  c.k2 = 0.003 / std::pow(f, 4);
+  c.p1 = -1e-5 / f;
+  c.p2 = 2e-5 / f;
+  auto camera = std::make_unique<TCombinedTransform>();
+  camera->AddTransform(
+      TAffineTransform(kShift[0], kShift[1], kShift[2], kShift[3], kShift[4], kShift[5]));
+  camera->AddTransform(TFormulaDistortion(c));
+  return camera;
+}
+
+void BM_InCacheLibraryBatch(benchmark::State& state) {
+  const auto camera = LibraryCamera();
+  Measure(state, kInCache, [&](auto... a) { camera->TransformPoints(a...); });
+}
+
+void BM_LargeLibraryBatch(benchmark::State& state) {
+  const auto camera = LibraryCamera();
+  Measure(state, kLarge, [&](auto... a) { camera->TransformPoints(a...); });
+}
+
 void BM_LargeCopyLoop(benchmark::State& state) {
   Measure(state, kLarge, CopyPlain);
 }
@@ -200,8 +227,10 @@ void BM_LargeCopyStreaming64(benchmark::State& state) {
 BENCHMARK(BM_InCacheFullAffine);
 BENCHMARK(BM_InCacheShiftForm);
 BENCHMARK(BM_InCacheNoMap);
+BENCHMARK(BM_InCacheLibraryBatch);
 BENCHMARK(BM_LargeOrdinaryStores)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeStreamingStores)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LargeLibraryBatch)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeCopyLoop)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeCopyStreaming16)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LargeCopyStreaming64)->Unit(benchmark::kMillisecond);

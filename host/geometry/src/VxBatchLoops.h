@@ -158,12 +158,24 @@ struct TChain {
   }
 };
 
-// Marks eight results that are not finite: x - x is 0 for a finite x and NaN otherwise, so the
-// lanes of `marks` stay 0 until a result is NaN or infinite. A loop whose marks are not all 0
-// counts its NaN results again, point by point.
+// Marks eight results that are not finite: the lanes of `marks` sum the results, so they stay
+// finite while every result is, and a NaN or infinite result makes its lane NaN or infinite for
+// good (two additions a vector, where x - x and y - y took four; a sum of finite results that
+// overflows only costs a recount). A loop whose marks are not all finite (MarksClean) counts its
+// NaN results again, point by point.
 __attribute__((always_inline)) inline void MarkNotFinite(const TVec8& x, const TVec8& y,
                                                          TVec8& marks) {
-  marks += (x - x) + (y - y);
+  marks += x + y;
+}
+
+// The same for one result, in the first lane.
+__attribute__((always_inline)) inline void MarkNotFinite(const vec_t_<double, 2>& q, TVec8& marks) {
+  marks[0] += q.x + q.y;
+}
+
+// True when no result that the marks took in was NaN or infinite.
+__attribute__((always_inline)) inline bool MarksClean(const TVec8& marks) {
+  return std::isfinite(LaneSum(marks));
 }
 
 // Writes eight results to p[0..8), streaming or not, and marks those that are not finite.
@@ -194,7 +206,7 @@ __attribute__((always_inline)) inline std::size_t MapTheRest(const Chain& chain,
                                                              vec_t_<double, 2>* out,
                                                              std::size_t done, std::size_t n,
                                                              const TVec8& marks) {
-  std::size_t nan = LaneSum(marks) == 0.0 ? 0 : CountNaNPoints(out, done);
+  std::size_t nan = MarksClean(marks) ? 0 : CountNaNPoints(out, done);
   for (std::size_t i = done; i < n; ++i) {
     out[i] = chain.Map1(in[i].x, in[i].y);
     if (IsNaNPoint(out[i])) ++nan;
@@ -306,7 +318,7 @@ class TInverseStragglers {
       vec_t_<double, 2> q{qx[k], qy[k]};
       if (!(f2[k] <= kNewtonTolerance2)) q = DampedInversePoint(kernel_, {px[k], py[k]});
       out_[Index(pending_[first + k])] = q;
-      marks_[0] += (q.x - q.x) + (q.y - q.y);
+      MarkNotFinite(q, marks_);
     }
   }
 
@@ -524,7 +536,7 @@ __attribute__((always_inline)) inline std::size_t MapGridLoop(const Chain& chain
     MapGridRow(chain, grid, y, line, stream, marks, nan);
   }
   if (stream) EndStreaming();
-  if (LaneSum(marks) == 0.0) return nan;
+  if (MarksClean(marks)) return nan;
   return CountNaNPoints(out, grid.rows * grid.columns);
 }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -242,6 +243,53 @@ TEST(TransformGrid, LargeGrid_WrittenPastTheCachesHasTheSameBits) {
   for (std::size_t k = 0; k < in.size(); ++k) {
     ASSERT_TRUE(SameBits(out[k], camera.TransformPoint(in[k]))) << "point " << k;
   }
+}
+
+// Batches of points of 16 MiB and more are written with streaming stores where the processor has
+// AVX-512, 64 bytes at a time, after the first points are mapped one at a time until the output
+// is aligned: the same bits and NaN count for every alignment of the output, in place too, with
+// NaN and infinite points among the first ones and among the rest.
+// The batch of `transform` over `in` into outputs starting at each of the four 16-byte places
+// of a cache line, out of place and in place, against TransformPoint.
+void ExpectEveryAlignmentEqualsOnePoint(const TVx2DTransform& transform,
+                                        const std::vector<TPoint>& in, const char* what) {
+  const std::size_t n = in.size();
+  std::vector<TPoint> expected(n);
+  for (std::size_t k = 0; k < n; ++k) expected[k] = transform.TransformPoint(in[k]);
+  const std::size_t nan = CountNaN(expected);
+  ASSERT_GT(nan, 0u) << what;
+  std::vector<TPoint> buffer(n + 4);
+  for (std::size_t shift = 0; shift < 4; ++shift) {
+    TPoint* out = buffer.data() + shift;
+    EXPECT_EQ(transform.TransformPoints(in.data(), out, n), nan) << what << ", shift " << shift;
+    for (std::size_t k = 0; k < n; ++k) {
+      ASSERT_TRUE(SameBits(out[k], expected[k])) << what << ", shift " << shift << " point " << k;
+    }
+    std::copy(in.begin(), in.end(), out);
+    EXPECT_EQ(transform.TransformPoints(out, out, n), nan) << what << " in place, shift " << shift;
+    for (std::size_t k = 0; k < n; ++k) {
+      ASSERT_TRUE(SameBits(out[k], expected[k]))
+          << what << " in place, shift " << shift << " point " << k;
+    }
+  }
+}
+
+// A batch of points of 16 MiB and more, past the caches (where a loop may be tempted to write
+// differently): the same bits and NaN count for every alignment of the output within a cache
+// line, in place too, with a NaN among the first points (alone, and with more among the rest:
+// the NaN marks of a lone result must still be seen).
+TEST(FormulaBatch, LargeBatch_AnyAlignmentOfTheOutputHasTheSameBits) {
+  TCombinedTransform camera;
+  camera.AddTransform(TAffineTransform(1, 0, -0.003, 0, 1, 0.002));
+  camera.AddTransform(TFormulaDistortion(StrongRadialDecentering()));
+  const std::size_t n = (std::size_t{16} << 20) / sizeof(TPoint) + 13;
+  std::vector<TPoint> in = Points(n);  // special points at 3, 8, 13, 18 and 23
+  in[1].y = std::numeric_limits<double>::quiet_NaN();
+  ExpectEveryAlignmentEqualsOnePoint(camera, in, "special points");
+  std::vector<TPoint> onlyFirst = Points(n + 30);
+  onlyFirst.erase(onlyFirst.begin(), onlyFirst.begin() + 30);
+  onlyFirst[1].x = std::numeric_limits<double>::quiet_NaN();
+  ExpectEveryAlignmentEqualsOnePoint(camera, onlyFirst, "one NaN among the first points");
 }
 
 TEST(TransformGrid, PointsWithoutPreimage_AreNaNAndCounted) {
