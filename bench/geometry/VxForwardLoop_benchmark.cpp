@@ -35,7 +35,7 @@ constexpr double kShift[6] = {1.0, 0.0, -0.003, 0.0, 1.0, 0.002};
 
 // The moderate lens of bench/vs_peers: f = 120 mm, k1 = -0.01, k2 = 0.003, p1 = 2e-5,
 // p2 = -1e-5 in OpenCV's normalised coordinates.
-TKernel Kernel() {
+TFormulaDistortion::TDistCoeff Coefficients() {
   constexpr double f = 120.0;
   TFormulaDistortion::TDistCoeff c;
   c.centre = {0.003, -0.002};
@@ -43,7 +43,11 @@ TKernel Kernel() {
   c.k2 = 0.003 / std::pow(f, 4);
   c.p1 = -1e-5 / f;
   c.p2 = 2e-5 / f;
-  return TKernel(c);
+  return c;
+}
+
+TKernel Kernel() {
+  return TKernel(Coefficients());
 }
 
 // The shift as x + (a1 y + a2) and (a3 x + a5) + y: with a0 = a4 = 1 the bits of the full map.
@@ -189,17 +193,10 @@ void BM_LargeStreamingStores(benchmark::State& state) {
 
 // The library's own batch call on the same points: the composite of the shift and the model.
 std::unique_ptr<TCombinedTransform> LibraryCamera() {
-  constexpr double f = 120.0;
-  TFormulaDistortion::TDistCoeff c;
-  c.centre = {0.003, -0.002};
-  c.k1 = -0.01 / (f * f);
-  c.k2 = 0.003 / std::pow(f, 4);
-  c.p1 = -1e-5 / f;
-  c.p2 = 2e-5 / f;
   auto camera = std::make_unique<TCombinedTransform>();
   camera->AddTransform(
       TAffineTransform(kShift[0], kShift[1], kShift[2], kShift[3], kShift[4], kShift[5]));
-  camera->AddTransform(TFormulaDistortion(c));
+  camera->AddTransform(TFormulaDistortion(Coefficients()));
   return camera;
 }
 
