@@ -349,6 +349,12 @@ struct TMarkModel {
   TVxRaster model;
   double alpha = 0.0, beta = 0.0;
   double sse = 0.0;
+
+  // The window's pixel over the model's pixel (x, y) less the fitted model there.
+  double Residual(const TVxRaster& window, int x, int y) const {
+    return static_cast<double>(window.At(ix + x, iy + y)) -
+           (alpha * static_cast<double>(model.At(x, y)) + beta);
+  }
 };
 
 // One Gauss-Newton step of the fit above at `offset` over the pixels not flagged (a template-
@@ -386,8 +392,7 @@ TMarkModel FitModel(const TVxRaster& window, const TVxRaster& templ, const Vec2&
   for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
     for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x) {
       if (!flagged.empty() && flagged[static_cast<std::size_t>(y * w + x)] != 0) continue;
-      const double r = static_cast<double>(window.At(m.ix + x, m.iy + y)) -
-                       (m.alpha * static_cast<double>(m.model.At(x, y)) + m.beta);
+      const double r = m.Residual(window, x, y);
       m.sse += r * r;
     }
   m.ok = true;
@@ -415,8 +420,7 @@ std::vector<char> Outliers(const TVxRaster& window, const TVxRaster& templ, cons
   std::vector<double> residuals;
   for (int y = kJudgedBorder; y < h - kJudgedBorder; ++y)
     for (int x = kJudgedBorder; x < w - kJudgedBorder; ++x)
-      residuals.push_back(static_cast<double>(window.At(m.ix + x, m.iy + y)) -
-                          (m.alpha * static_cast<double>(m.model.At(x, y)) + m.beta));
+      residuals.push_back(m.Residual(window, x, y));
   const double median = Median(residuals);
   for (double& r : residuals) r = std::abs(r - median);
   float low = m.model.pixels.front(), high = low;

@@ -10,7 +10,6 @@
 #include "VxCamApp.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
-#include "VxCamNumbers.h"
 #include "VxCamSolution.h"
 #include "VxCamText.h"
 #include "VxScan.h"
@@ -136,13 +135,8 @@ nlohmann::ordered_json ReportJson(const TVxScanImage& scan, const TVxScanMeasure
 
 // A correlation coefficient: a number from -1 to 1.
 CLI::Validator CorrelationValue() {
-  return CLI::Validator(
-      [](std::string& text) -> std::string {
-        double value = 0.0;
-        if (ParseFiniteNumber(text, value) && value >= -1.0 && value <= 1.0) return {};
-        return Text("vxcam.error.not_a_correlation") + ": " + text;
-      },
-      "", "CORRELATION");
+  return NumberValidator([](double value) { return value >= -1.0 && value <= 1.0; },
+                         "vxcam.error.not_a_correlation", "CORRELATION");
 }
 
 // The file beside a resampled image that holds its pixel-to-camera map.

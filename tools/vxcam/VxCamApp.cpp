@@ -204,24 +204,23 @@ CLI::Validator NonEmptyPath() {
       "", "PATH");
 }
 
-CLI::Validator PositiveNumber() {
+CLI::Validator NumberValidator(bool (*accepts)(double), const char* errorKey, const char* name) {
   return CLI::Validator(
-      [](std::string& text) -> std::string {
+      [accepts, errorKey](std::string& text) -> std::string {
         double value = 0.0;
-        if (ParseFiniteNumber(text, value) && value > 0.0) return {};
-        return Text("vxcam.error.not_positive") + ": " + text;
+        if (ParseFiniteNumber(text, value) && accepts(value)) return {};
+        return Text(errorKey) + ": " + text;
       },
-      "", "POSITIVE");
+      "", name);
+}
+
+CLI::Validator PositiveNumber() {
+  return NumberValidator([](double value) { return value > 0.0; }, "vxcam.error.not_positive",
+                         "POSITIVE");
 }
 
 CLI::Validator FiniteNumber() {
-  return CLI::Validator(
-      [](std::string& text) -> std::string {
-        double value = 0.0;
-        if (ParseFiniteNumber(text, value)) return {};
-        return Text("vxcam.error.not_a_number") + ": " + text;
-      },
-      "", "NUMBER");
+  return NumberValidator([](double) { return true; }, "vxcam.error.not_a_number", "NUMBER");
 }
 
 void ReportWarning(TIo& io, const char* command, const std::string& text) {

@@ -59,6 +59,9 @@ void AddJsonFlag(CLI::App& app, bool& json);
 // Adds -o/--output, required or not.
 void AddOutputOption(CLI::App& app, std::string& path, const char* descriptionKey, bool required);
 
+// Accepts a finite decimal number for which `accepts` is true; refuses anything else with the
+// localised text of `errorKey` and what was given. `name` is the value's kind in the help.
+CLI::Validator NumberValidator(bool (*accepts)(double), const char* errorKey, const char* name);
 // Accepts a finite number greater than zero; refuses anything else with a localised message.
 CLI::Validator PositiveNumber();
 // Accepts a finite decimal number, as the settings files hold them; refuses hexadecimal, nan,

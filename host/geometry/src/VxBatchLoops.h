@@ -191,8 +191,8 @@ __attribute__((always_inline)) inline void WritePoints(vec_t_<double, 2>* p, con
 
 // The inverse's first pass takes every point through at most this many Newton steps; the points
 // it leaves unconverged (a few per cent on a lens with 12 % distortion at the corner, fewer than
-// one in a thousand on one with 1 %) are its stragglers, finished by the second pass eight at a
-// time. Without it, a vector of eight stepped on until its slowest lane converged: in shuffled
+// one in a thousand on one with 1 %) are its stragglers, finished by the second pass sixteen at
+// a time. Without it, a vector of eight stepped on until its slowest lane converged: in shuffled
 // input nearly every vector holds a straggler, and all its lanes paid its extra steps.
 constexpr int kFirstPassSteps = 2;
 static_assert(kFirstPassSteps < kFixedNewtonSteps, "the second pass continues the first stage");

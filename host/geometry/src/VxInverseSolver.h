@@ -129,14 +129,18 @@ inline void KeepConverged(double& q, const double& next, bool /*done*/) {
   q = next;
 }
 
-// The same for eight lanes, without a branch per lane: a mask of the converged lanes
+// The mask of the lanes within the tolerance (a NaN lane is not).
+__attribute__((always_inline)) inline void ConvergedLanes(const TVec8& f2, TMask8& done) {
+  AboveOrNaN(f2, kNewtonTolerance * kNewtonTolerance, done);
+  done = ~done;
+}
+
+// Converged for eight lanes, without a branch per lane: a mask of the converged lanes
 // (AboveOrNaN) and a select keep them. Their sum within the tolerance shows that all converged
 // (f2 >= 0 in every lane; NaN in any lane makes the sum NaN), and then no mask is needed.
 __attribute__((always_inline)) inline TConverged Converged(const TVec8& f2, TMask8& done) {
-  constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
-  if (LaneSum(f2) <= tolerance2) return TConverged::kAll;
-  AboveOrNaN(f2, tolerance2, done);
-  done = ~done;
+  if (LaneSum(f2) <= kNewtonTolerance * kNewtonTolerance) return TConverged::kAll;
+  ConvergedLanes(f2, done);
   return TConverged::kNotAll;
 }
 
@@ -147,12 +151,9 @@ __attribute__((always_inline)) inline void KeepConverged(TVec8& q, const TVec8& 
 
 // Two vectors: all converged when both are (the sum of their lane sums), else a mask each.
 __attribute__((always_inline)) inline TConverged Converged(const TVec8x2& f2, TMask8x2& done) {
-  constexpr double tolerance2 = kNewtonTolerance * kNewtonTolerance;
-  if (LaneSum(f2.a + f2.b) <= tolerance2) return TConverged::kAll;
-  AboveOrNaN(f2.a, tolerance2, done.a);
-  AboveOrNaN(f2.b, tolerance2, done.b);
-  done.a = ~done.a;
-  done.b = ~done.b;
+  if (LaneSum(f2.a + f2.b) <= kNewtonTolerance * kNewtonTolerance) return TConverged::kAll;
+  ConvergedLanes(f2.a, done.a);
+  ConvergedLanes(f2.b, done.b);
   return TConverged::kNotAll;
 }
 
