@@ -71,6 +71,15 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
   std::exception_ptr error_;
 };
 
+// Runs body(k) for k = 0 .. tasks-1 on `pool`, as TVxWorkerPool::Run: a lambda or any other
+// callable instead of a function and its context.
+template <class Body>
+void RunTasks(TVxWorkerPool& pool, std::size_t tasks, int threads, const Body& body) {
+  pool.Run(
+      tasks, threads, [](std::size_t k, void* context) { (*static_cast<const Body*>(context))(k); },
+      const_cast<void*>(static_cast<const void*>(&body)));
+}
+
 // The batch call of `transform` on n points cut into contiguous chunks of at least
 // `minChunk` points, rounded up to a multiple of 8 (so that two threads never write the same
 // cache line of `out` when it is aligned to 64 bytes), and run on `pool` with up to `threads`

@@ -14,7 +14,7 @@ namespace {
 const std::string kFormula = VX_SOURCE_DIR "/examples/cameras/rc10_formula.yaml";
 
 // More than two full batches and an odd remainder, so that batches of every size are mapped.
-constexpr int kLines = 2 * 4096 + 1001;
+constexpr int kLines = 2 * 16384 + 1001;
 
 // Points over the RC10's 230 mm frame, one a line.
 std::string ManyPoints() {

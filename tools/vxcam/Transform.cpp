@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <exception>
 #include <istream>
 #include <optional>
 #include <ostream>
@@ -10,8 +12,8 @@
 #include "VxCamField.h"
 #include "VxCamFiles.h"
 #include "VxCamFormat.h"
-#include "VxCamNumbers.h"
 #include "VxCamPointChain.h"
+#include "VxCamPointLines.h"
 #include "VxCamSolution.h"
 #include "VxCamText.h"
 #include "VxCamThreads.h"
@@ -22,40 +24,12 @@ namespace {
 
 using TPoint = vec_t_<double, 2>;
 
-// A line of standard input holds at most this many bytes: a longer one is refused as it is read,
-// never held whole (a pair of numbers needs fewer than a hundred).
-constexpr std::size_t kMaxLineBytes = 65536;
-// Points are mapped in batches of this many, or fewer where the input pauses. A full batch is
-// large enough to be cut into chunks for several threads (VxCamThreads.h).
-constexpr std::size_t kBatch = 4096;
-
-enum class TLineRead { Line, End, TooLong };
-
-// The next line without its line end, read byte by byte from the stream's buffer.
-TLineRead ReadLine(std::streambuf& in, std::string& line) {
-  line.clear();
-  for (;;) {
-    const int c = in.sbumpc();
-    if (c == std::char_traits<char>::eof()) return line.empty() ? TLineRead::End : TLineRead::Line;
-    if (c == '\n') return TLineRead::Line;
-    if (line.size() == kMaxLineBytes) return TLineRead::TooLong;
-    line += static_cast<char>(c);
-  }
-}
-
-// The whitespace-separated fields of a line.
-std::vector<std::string_view> Fields(std::string_view line) {
-  std::vector<std::string_view> fields;
-  std::size_t at = 0;
-  while (at < line.size()) {
-    const std::size_t start = line.find_first_not_of(" \t\r", at);
-    if (start == std::string_view::npos) break;
-    const std::size_t end = std::min(line.find_first_of(" \t\r", start), line.size());
-    fields.push_back(line.substr(start, end - start));
-    at = end;
-  }
-  return fields;
-}
+// Points are mapped in batches of this many, or fewer where the input pauses. The lines of a
+// batch are parsed, and their results formatted, in tasks of kLinesPerTask lines on the pool of
+// the process (VxCamThreads.h); only reading the lines and writing the texts is left to one
+// thread.
+constexpr std::size_t kBatch = 16384;
+constexpr std::size_t kLinesPerTask = 1024;
 
 // Writes the mapped points as they come: one "x y" line a point in mm with 6 decimals
 // (nanometres), or the elements of the JSON array "points". Points that cannot be mapped (an
@@ -63,8 +37,8 @@ std::vector<std::string_view> Fields(std::string_view line) {
 // in JSON) so that every output line stays beside its input line, and are reported on standard
 // error with where they came from; the command then ends with the invalid-content status.
 // What the writer writes: the names of the input's and the output's systems in JSON, the
-// decimals, the radius of the calibrated field (0: none known), and the threads that map a
-// large batch (0: every core).
+// decimals, the radius of the calibrated field (0: none known), and the threads that parse, map
+// and format a large batch (0: every core).
 struct TWriterSetup {
   const char* inputKey = "camera";
   const char* outputKey = "mm";
@@ -78,37 +52,66 @@ struct TWriterSetup {
 // counted in the summary at the end.
 constexpr std::uint64_t kNamedOutsidePoints = 10;
 
+// Where a writer's points come from, for its messages: "point N" or "<stdin>:N".
+enum class TPointSource { Arguments, StandardInput };
+
 class TPointWriter {
  public:
-  TPointWriter(const TPointChain& chain, const TWriterSetup& setup, TIo& io, bool json)
-      : chain_(chain), setup_(setup), io_(io), json_(json) {}
+  TPointWriter(const TPointChain& chain, const TWriterSetup& setup, TIo& io, bool json,
+               TPointSource source)
+      : chain_(chain), setup_(setup), io_(io), json_(json), source_(source) {}
 
-  // A point, where it came from, and the text after its two numbers, passed through.
-  void Add(const TPoint& p, std::string where, std::string rest = std::string()) {
-    in_.push_back(p);
-    where_.push_back(std::move(where));
-    rest_.push_back(std::move(rest));
-    if (in_.size() == kBatch) Flush();
+  // A point given as an argument.
+  void AddPoint(const TPoint& p) {
+    TEntry entry;
+    entry.line.kind = TLineKind::Point;
+    entry.line.point = p;
+    Add(entry);
   }
 
-  // Maps and writes what was added; the output stream is flushed, so that a reader waiting
-  // for the result of a line gets it before the next line is read.
+  // A line of standard input (without its line end), parsed when its batch is written.
+  void AddLine(std::string_view line) {
+    TEntry entry;
+    entry.begin = text_.size();
+    text_.append(line);
+    entry.end = text_.size();
+    Add(entry);
+  }
+
+  // Parses, maps and writes what was added; the output stream is flushed, so that a reader
+  // waiting for the result of a line gets it before the next line is read. A line that is not a
+  // point is refused (TContentError) once the lines before it are written.
   void Flush() {
-    out_.resize(in_.size());
-    MapPoints(*chain_.map, in_.data(), out_.data(), in_.size(), setup_.threads);
+    const std::size_t n = entries_.size();
+    ParseLines();
+    std::size_t good = 0;
+    while (good < n && entries_[good].line.kind != TLineKind::NotAPoint) ++good;
+    in_.resize(good);
+    for (std::size_t i = 0; i < good; ++i) in_[i] = entries_[i].line.point;
+    out_.resize(good);
+    MapPoints(*chain_.map, in_.data(), out_.data(), good, setup_.threads);
     FindCameraPoints();
-    for (std::size_t i = 0; i < in_.size(); ++i) Write(i);
-    in_.clear();
-    where_.clear();
-    rest_.clear();
+    FormatResults();
+    WriteResults();
+    const std::string refused = good < n ? NotAPoint(good) : std::string();
+    number_ += n;
+    entries_.clear();
+    text_.clear();
     io_.out.flush();
     // Standard output that fails (a full disk, /dev/full) stops the run here, not at the end.
     CheckOutput(io_);
+    if (!refused.empty()) throw TContentError(refused);
   }
 
-  // Ends the JSON document; the status of the whole run.
+  // Writes what is left and ends the JSON document; the status of the whole run. A line that
+  // is not a point among the last is refused after the document has ended.
   int Finish() {
-    Flush();
+    std::exception_ptr refused;
+    try {
+      Flush();
+    } catch (const TContentError&) {
+      refused = std::current_exception();
+    }
     if (json_) io_.out << (written_ == 0 ? "{\n  \"points\": []\n}\n" : "\n  ]\n}\n");
     io_.out.flush();
     if (outside_ > kNamedOutsidePoints) {
@@ -116,10 +119,45 @@ class TPointWriter {
               << Text("vxcam.warning.points_outside") << ' '
               << FormatNumber(setup_.calibratedRadius) << ' ' << UnitsCamMmUserTextAbbr() << '\n';
     }
+    if (refused) std::rethrow_exception(refused);
     return unmapped_ == 0 ? kExitSuccess : kExitInvalidContent;
   }
 
  private:
+  // A point or line of the batch: its text in text_ (lines only), what it holds, where its
+  // result lies in the text of its task (outBegin, outEnd), and its distance from the symmetry
+  // point where it lies outside the calibrated field (else 0).
+  struct TEntry {
+    std::size_t begin = 0, end = 0;
+    TPointLine line;
+    std::size_t outBegin = 0, outEnd = 0;
+    double outside = 0.0;
+  };
+
+  void Add(const TEntry& entry) {
+    entries_.push_back(entry);
+    if (entries_.size() == kBatch) Flush();
+  }
+
+  static std::size_t TasksFor(std::size_t n) { return (n + kLinesPerTask - 1) / kLinesPerTask; }
+
+  // body(first, last) for the entries [first, last) of each task of n entries, on the pool.
+  template <class Body>
+  void ForEachTask(std::size_t n, const Body& body) {
+    RunTasks(WorkerPool(), TasksFor(n), setup_.threads, [&](std::size_t task) {
+      body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
+    });
+  }
+
+  void ParseLines() {
+    if (source_ != TPointSource::StandardInput) return;
+    ForEachTask(entries_.size(), [&](std::size_t, std::size_t first, std::size_t last) {
+      for (std::size_t i = first; i < last; ++i) {
+        entries_[i].line = ParsePointLine(Line(entries_[i]));
+      }
+    });
+  }
+
   // Where the points lie in the camera system, for the calibrated field.
   void FindCameraPoints() {
     camera_.clear();
@@ -134,60 +172,150 @@ class TPointWriter {
     }
   }
 
-  void WarnIfOutside(std::size_t i) {
-    if (camera_.empty()) return;
-    const double r = (camera_[i] - setup_.symmetryPoint).Length();
-    if (!(r > setup_.calibratedRadius)) return;
-    if (++outside_ > kNamedOutsidePoints) return;
-    const std::string mm = UnitsCamMmUserTextAbbr();
-    io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << where_[i] << ": "
-            << Text("vxcam.warning.outside_field") << " (r = " << FormatNumber(r) << ' ' << mm
-            << ", " << Text("vxcam.warning.field_ends") << ' '
-            << FormatNumber(setup_.calibratedRadius) << ' ' << mm << ")\n";
+  void FormatResults() {
+    taskText_.resize(TasksFor(in_.size()));
+    ForEachTask(in_.size(), [&](std::size_t task, std::size_t first, std::size_t last) {
+      std::string& text = taskText_[task];
+      text.clear();
+      for (std::size_t i = first; i < last; ++i) {
+        TEntry& entry = entries_[i];
+        entry.outBegin = text.size();
+        if (entry.line.kind == TLineKind::Point) FormatResult(i, text);
+        entry.outEnd = text.size();
+        entry.outside = OutsideRadius(i);
+      }
+    });
   }
 
-  void Write(std::size_t i) {
-    WarnIfOutside(i);
+  static bool Mapped(const TPoint& q) { return std::isfinite(q.x) && std::isfinite(q.y); }
+
+  // The result of point i: its line, or ",\n" and its element of the JSON array.
+  void FormatResult(std::size_t i, std::string& text) const {
     const TPoint& q = out_[i];
-    const bool mapped = std::isfinite(q.x) && std::isfinite(q.y);
-    if (!mapped) {
-      ++unmapped_;
-      io_.err << "vxcam transform: " << Text("vxcam.error.content") << ": " << where_[i] << ": "
-              << Text("vxcam.error.not_mapped") << ' ' << FormatNumber(in_[i].x, 17) << ' '
-              << FormatNumber(in_[i].y, 17) << '\n';
-    }
+    const std::string_view rest = entries_[i].line.rest;
     if (!json_) {
-      io_.out << (mapped
-                      ? FormatFixed(q.x, setup_.decimals) + ' ' + FormatFixed(q.y, setup_.decimals)
-                      : std::string("nan nan"));
-      if (!rest_[i].empty()) io_.out << ' ' << rest_[i];
-      io_.out << '\n';
+      if (Mapped(q)) {
+        AppendFixed(text, q.x, setup_.decimals);
+        text += ' ';
+        AppendFixed(text, q.y, setup_.decimals);
+      } else {
+        text += "nan nan";
+      }
+      if (!rest.empty()) {
+        text += ' ';
+        text += rest;
+      }
+      text += '\n';
       return;
     }
     nlohmann::ordered_json point = {
         {setup_.inputKey, PointToJson(in_[i])},
         {setup_.outputKey,
-         mapped ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
-    if (!rest_[i].empty()) point["rest"] = rest_[i];
-    io_.out << (written_ == 0 ? "{\n  \"points\": [\n" : ",\n") << Indented(point.dump(2), 4);
-    ++written_;
+         Mapped(q) ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
+    if (!rest.empty()) point["rest"] = std::string(rest);
+    text += ",\n";
+    Indent(point.dump(2), 4, text);
   }
 
-  static std::string Indented(const std::string& text, std::size_t spaces) {
-    std::string out(spaces, ' ');
+  // The formatted results in their order, the warnings and errors of a point on standard error
+  // before its result.
+  void WriteResults() {
+    ForEachTaskInOrder(in_.size(), [&](std::size_t task, std::size_t first, std::size_t last) {
+      const std::string& text = taskText_[task];
+      std::size_t written = 0;
+      const auto writeTo = [&](std::size_t end) {
+        io_.out.write(text.data() + written, static_cast<std::streamsize>(end - written));
+        written = end;
+      };
+      for (std::size_t i = first; i < last; ++i) {
+        const TEntry& entry = entries_[i];
+        if (entry.line.kind != TLineKind::Point) continue;
+        const bool outside = entry.outside > 0.0;
+        if (outside) ++outside_;
+        const bool named = outside && outside_ <= kNamedOutsidePoints;
+        const bool mapped = Mapped(out_[i]);
+        const bool opensDocument = json_ && written_ == 0;
+        if (named || !mapped || opensDocument) writeTo(entry.outBegin);
+        if (named) WarnOutside(i, entry.outside);
+        if (!mapped) ReportNotMapped(i);
+        if (opensDocument) {
+          // The first element opens the document instead of following another.
+          io_.out << "{\n  \"points\": [\n";
+          written += 2;
+        }
+        ++written_;
+      }
+      writeTo(text.size());
+    });
+  }
+
+  // body(task, first, last) for each task of n entries, one after the other on this thread.
+  template <class Body>
+  static void ForEachTaskInOrder(std::size_t n, const Body& body) {
+    for (std::size_t task = 0; task < TasksFor(n); ++task) {
+      body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
+    }
+  }
+
+  // The distance of point i from the symmetry point where it lies outside the calibrated field,
+  // else 0.
+  double OutsideRadius(std::size_t i) const {
+    if (camera_.empty()) return 0.0;
+    const double r = (camera_[i] - setup_.symmetryPoint).Length();
+    return r > setup_.calibratedRadius ? r : 0.0;
+  }
+
+  void WarnOutside(std::size_t i, double r) {
+    const std::string mm = UnitsCamMmUserTextAbbr();
+    io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << Where(i) << ": "
+            << Text("vxcam.warning.outside_field") << " (r = " << FormatNumber(r) << ' ' << mm
+            << ", " << Text("vxcam.warning.field_ends") << ' '
+            << FormatNumber(setup_.calibratedRadius) << ' ' << mm << ")\n";
+  }
+
+  void ReportNotMapped(std::size_t i) {
+    ++unmapped_;
+    io_.err << "vxcam transform: " << Text("vxcam.error.content") << ": " << Where(i) << ": "
+            << Text("vxcam.error.not_mapped") << ' ' << FormatNumber(in_[i].x, 17) << ' '
+            << FormatNumber(in_[i].y, 17) << '\n';
+  }
+
+  std::string_view Line(const TEntry& entry) const {
+    return std::string_view(text_).substr(entry.begin, entry.end - entry.begin);
+  }
+
+  std::string Where(std::size_t i) const {
+    const std::string number = std::to_string(number_ + i);
+    return source_ == TPointSource::StandardInput ? "<stdin>:" + number
+                                                  : Text("vxcam.text.point") + ' ' + number;
+  }
+
+  std::string NotAPoint(std::size_t i) const {
+    return Where(i) + ": " + Text("vxcam.error.not_a_point") + " '" +
+           std::string(Line(entries_[i])) + "'";
+  }
+
+  static void Indent(const std::string& text, std::size_t spaces, std::string& out) {
+    out.append(spaces, ' ');
     for (char c : text) {
       out += c;
       if (c == '\n') out.append(spaces, ' ');
     }
-    return out;
   }
 
   const TPointChain& chain_;
   TWriterSetup setup_;
   TIo& io_;
   bool json_;
+  TPointSource source_;
+  // The batch: its entries, the text of its lines, and the number of its first entry.
+  std::vector<TEntry> entries_;
+  std::string text_;
+  std::uint64_t number_ = 1;
+  // The points of the batch up to the first that is not one, their results, where they lie in
+  // the camera system, and the text of each task's results.
   std::vector<TPoint> in_, out_, camera_;
-  std::vector<std::string> where_, rest_;
+  std::vector<std::string> taskText_;
   std::uint64_t written_ = 0;
   std::uint64_t unmapped_ = 0;
   std::uint64_t outside_ = 0;
@@ -196,41 +324,25 @@ class TPointWriter {
 void PointsFromArguments(const std::vector<double>& coordinates, TPointWriter& writer) {
   if (coordinates.size() % 2 != 0) throw TUsageError(Text("vxcam.error.odd_coordinates"));
   for (std::size_t i = 0; i < coordinates.size(); i += 2) {
-    writer.Add({coordinates[i], coordinates[i + 1]},
-               Text("vxcam.text.point") + ' ' + std::to_string(i / 2 + 1));
+    writer.AddPoint({coordinates[i], coordinates[i + 1]});
   }
 }
 
-// One pair a line; empty lines and lines starting with '#' are skipped. Each line is mapped as
-// soon as no more input is waiting, so that the tool can stand in a pipeline that waits for it.
+// One pair a line; empty lines and lines starting with '#' are skipped. The lines read are
+// mapped as soon as no more input is waiting, so that the tool can stand in a pipeline that
+// waits for it.
 void PointsFromStream(std::istream& in, TPointWriter& writer) {
-  std::streambuf& buffer = *in.rdbuf();
-  std::string line;
+  TLineReader reader(in);
+  const auto pause = [&writer] { writer.Flush(); };
+  std::string_view line;
   for (std::uint64_t number = 1;; ++number) {
-    if (buffer.in_avail() <= 0) writer.Flush();
-    const TLineRead read = ReadLine(buffer, line);
-    const std::string where = "<stdin>:" + std::to_string(number);
+    const TLineRead read = reader.Next(line, pause);
     if (read == TLineRead::End) break;
     if (read == TLineRead::TooLong) {
-      throw TContentError(where + ": " + Text("vxcam.error.line_too_long") + ' ' +
-                          std::to_string(kMaxLineBytes));
+      throw TContentError("<stdin>:" + std::to_string(number) + ": " +
+                          Text("vxcam.error.line_too_long") + ' ' + std::to_string(kMaxLineBytes));
     }
-    const auto fields = Fields(line);
-    if (fields.empty() || fields[0][0] == '#') continue;
-    TPoint p;
-    if (fields.size() < 2 || !ParseFiniteNumber(fields[0], p.x) ||
-        !ParseFiniteNumber(fields[1], p.y)) {
-      throw TContentError(where + ": " + Text("vxcam.error.not_a_point") + " '" + line + "'");
-    }
-    // The columns after x and y go out as they came, from the first of them to the line's end.
-    std::string rest;
-    if (fields.size() > 2) {
-      rest = line.substr(static_cast<std::size_t>(fields[2].data() - line.data()));
-      while (!rest.empty() && (rest.back() == '\r' || rest.back() == ' ' || rest.back() == '\t')) {
-        rest.pop_back();
-      }
-    }
-    writer.Add(p, where, std::move(rest));
+    writer.AddLine(line);
   }
 }
 
@@ -279,7 +391,9 @@ int RunTransform(const TArgs& args, TIo& io) {
         setup.calibratedRadius = CalibratedRadius(camera).value_or(0.0);
         setup.symmetryPoint = camera.distortion.symmetryPoint;
         setup.threads = threads;
-        TPointWriter writer(chain, setup, io, json);
+        TPointWriter writer(
+            chain, setup, io, json,
+            coordinates.empty() ? TPointSource::StandardInput : TPointSource::Arguments);
         if (!coordinates.empty()) {
           PointsFromArguments(coordinates, writer);
           return writer.Finish();

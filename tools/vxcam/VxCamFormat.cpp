@@ -5,6 +5,7 @@
 #include <cmath>
 #include <map>
 #include <ostream>
+#include <string_view>
 
 #include "VxCamText.h"
 #include "VxDistortionModels.h"
@@ -27,16 +28,22 @@ std::string FormatExact(double value) {
   return std::string(buffer, result.ptr);
 }
 
-std::string FormatFixed(double value, int decimals) {
+void AppendFixed(std::string& out, double value, int decimals) {
   // Room for the sign, the 309 digits of the largest double, the point and the decimals, on the
   // stack: transform formats every point it maps.
   constexpr int kMostDecimals = 64;
   char buffer[312 + kMostDecimals];
   const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
                                     std::clamp(decimals, 0, kMostDecimals));
-  const std::string text(buffer, result.ptr);
+  const std::string_view text(buffer, static_cast<std::size_t>(result.ptr - buffer));
   // A value that rounds to zero is shown without its sign: "0.000", not "-0.000".
-  if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) return text.substr(1);
+  const bool negativeZero = text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos;
+  out.append(negativeZero ? text.substr(1) : text);
+}
+
+std::string FormatFixed(double value, int decimals) {
+  std::string text;
+  AppendFixed(text, value, decimals);
   return text;
 }
 

@@ -17,6 +17,8 @@ std::string FormatNumber(double value, int digits = 7);
 // Fixed point with `decimals` decimals, 0 to 64 ("-105.993000"); a value that rounds to zero has
 // no sign.
 std::string FormatFixed(double value, int decimals);
+// FormatFixed's text appended to `out`, without a string of its own.
+void AppendFixed(std::string& out, double value, int decimals);
 // The shortest text that reads back as exactly `value` ("0.0125", "-2.6e-05"); 0 for -0 too.
 std::string FormatExact(double value);
 // "x = 0 mm, y = 0.007 mm" in the units given.
