@@ -49,6 +49,27 @@ TEST(VxCamThreads, Transform_AnyThreadCount_WritesWhatOneThreadWrites) {
   }
 }
 
+TEST(VxCamThreads, Transform_BadLineInALaterBatch_WritesTheLinesBeforeItAndNamesIt) {
+  // Lines are parsed a batch at a time, after they are read: a bad line deep in the input still
+  // stops the output just before it.
+  std::string input = ManyPoints();
+  std::size_t at = 0;
+  constexpr int kBadLine = kLines - 500;
+  for (int line = 1; line < kBadLine; ++line) at = input.find('\n', at) + 1;
+  input.insert(at, "3 four\n");
+  for (const char* threads : {"1", "2"}) {
+    std::istringstream in(input);
+    std::ostringstream out, err;
+    vxcam::TIo io{in, out, err};
+    EXPECT_EQ(vxcam::RunTransform({kFormula, "--threads", threads}, io),
+              vxcam::kExitInvalidContent);
+    const std::string written = out.str();
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kBadLine - 1) << threads;
+    EXPECT_NE(err.str().find("<stdin>:" + std::to_string(kBadLine) + ": "), std::string::npos)
+        << err.str();
+  }
+}
+
 TEST(VxCamThreads, Transform_LargeInput_StartsTheWorkersOnceAndReusesThem) {
   const std::string input = ManyPoints();
   const std::size_t before = vxcam::WorkerPool().WorkersStarted();

@@ -5,7 +5,6 @@
 #include <istream>
 #include <optional>
 #include <ostream>
-#include <streambuf>
 #include <string_view>
 
 #include "VxCamApp.h"
@@ -123,14 +122,17 @@ class TPointWriter {
     return unmapped_ == 0 ? kExitSuccess : kExitInvalidContent;
   }
 
+  // Where the next line added comes from, for its messages.
+  std::string WhereNext() const { return Where(entries_.size()); }
+
  private:
   // A point or line of the batch: its text in text_ (lines only), what it holds, where its
-  // result lies in the text of its task (outBegin, outEnd), and its distance from the symmetry
-  // point where it lies outside the calibrated field (else 0).
+  // result starts in the text of its task, and its distance from the symmetry point where it
+  // lies outside the calibrated field (else 0).
   struct TEntry {
     std::size_t begin = 0, end = 0;
     TPointLine line;
-    std::size_t outBegin = 0, outEnd = 0;
+    std::size_t outBegin = 0;
     double outside = 0.0;
   };
 
@@ -141,12 +143,23 @@ class TPointWriter {
 
   static std::size_t TasksFor(std::size_t n) { return (n + kLinesPerTask - 1) / kLinesPerTask; }
 
-  // body(first, last) for the entries [first, last) of each task of n entries, on the pool.
+  // body(task, first, last) for the entries [first, last) of a task of n entries.
+  template <class Body>
+  static void RunTask(std::size_t task, std::size_t n, const Body& body) {
+    body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
+  }
+
+  // RunTask for each task of n entries, on the pool.
   template <class Body>
   void ForEachTask(std::size_t n, const Body& body) {
-    RunTasks(WorkerPool(), TasksFor(n), setup_.threads, [&](std::size_t task) {
-      body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
-    });
+    RunTasks(WorkerPool(), TasksFor(n), setup_.threads,
+             [&](std::size_t task) { RunTask(task, n, body); });
+  }
+
+  // RunTask for each task of n entries, one after the other on this thread.
+  template <class Body>
+  static void ForEachTaskInOrder(std::size_t n, const Body& body) {
+    for (std::size_t task = 0; task < TasksFor(n); ++task) RunTask(task, n, body);
   }
 
   void ParseLines() {
@@ -180,8 +193,8 @@ class TPointWriter {
       for (std::size_t i = first; i < last; ++i) {
         TEntry& entry = entries_[i];
         entry.outBegin = text.size();
-        if (entry.line.kind == TLineKind::Point) FormatResult(i, text);
-        entry.outEnd = text.size();
+        if (entry.line.kind != TLineKind::Point) continue;
+        FormatResult(i, text);
         entry.outside = OutsideRadius(i);
       }
     });
@@ -247,14 +260,6 @@ class TPointWriter {
       }
       writeTo(text.size());
     });
-  }
-
-  // body(task, first, last) for each task of n entries, one after the other on this thread.
-  template <class Body>
-  static void ForEachTaskInOrder(std::size_t n, const Body& body) {
-    for (std::size_t task = 0; task < TasksFor(n); ++task) {
-      body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
-    }
   }
 
   // The distance of point i from the symmetry point where it lies outside the calibrated field,
@@ -335,12 +340,12 @@ void PointsFromStream(std::istream& in, TPointWriter& writer) {
   TLineReader reader(in);
   const auto pause = [&writer] { writer.Flush(); };
   std::string_view line;
-  for (std::uint64_t number = 1;; ++number) {
+  for (;;) {
     const TLineRead read = reader.Next(line, pause);
     if (read == TLineRead::End) break;
     if (read == TLineRead::TooLong) {
-      throw TContentError("<stdin>:" + std::to_string(number) + ": " +
-                          Text("vxcam.error.line_too_long") + ' ' + std::to_string(kMaxLineBytes));
+      throw TContentError(writer.WhereNext() + ": " + Text("vxcam.error.line_too_long") + ' ' +
+                          std::to_string(kMaxLineBytes));
     }
     writer.AddLine(line);
   }

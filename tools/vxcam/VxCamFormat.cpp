@@ -37,7 +37,8 @@ void AppendFixed(std::string& out, double value, int decimals) {
                                     std::clamp(decimals, 0, kMostDecimals));
   const std::string_view text(buffer, static_cast<std::size_t>(result.ptr - buffer));
   // A value that rounds to zero is shown without its sign: "0.000", not "-0.000".
-  const bool negativeZero = text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos;
+  const bool negativeZero =
+      text[0] == '-' && text.find_first_not_of("-0.") == std::string_view::npos;
   out.append(negativeZero ? text.substr(1) : text);
 }
 

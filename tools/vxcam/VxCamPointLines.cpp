@@ -33,9 +33,9 @@ bool TLineReader::TakeLine(std::string_view& line) {
   const auto available = end_ - begin_;
   const auto* lineEnd = static_cast<const char*>(std::memchr(start, '\n', available));
   if (lineEnd == nullptr) {
-    // Never more than a byte beyond the longest line is kept.
-    partial_.append(start, std::min(available, kMaxLineBytes + 1 -
-                                                   std::min(partial_.size(), kMaxLineBytes + 1)));
+    // The start of a line that ends in a later block. Next refuses a line as soon as this holds
+    // more than kMaxLineBytes, so never more than a byte beyond the longest line is kept.
+    partial_.append(start, std::min(available, kMaxLineBytes + 1 - partial_.size()));
     begin_ = end_;
     return false;
   }
@@ -45,11 +45,15 @@ bool TLineReader::TakeLine(std::string_view& line) {
     line = std::string_view(start, length);
     return true;
   }
-  partial_.append(start, std::min(length, kMaxLineBytes + 1));
+  partial_.append(start, length);
+  TakePartial(line);
+  return true;
+}
+
+void TLineReader::TakePartial(std::string_view& line) {
   whole_.swap(partial_);
   partial_.clear();
   line = whole_;
-  return true;
 }
 
 bool TLineReader::Refill() {

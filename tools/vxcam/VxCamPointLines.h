@@ -42,9 +42,7 @@ class TLineReader {
     }
     if (partial_.empty()) return TLineRead::End;
     // The last line, without a line end.
-    whole_.swap(partial_);
-    partial_.clear();
-    line = whole_;
+    TakePartial(line);
     return line.size() > kMaxLineBytes ? TLineRead::TooLong : TLineRead::Line;
   }
 
@@ -54,6 +52,8 @@ class TLineReader {
   // The next whole line of the block, or false (the block's last bytes are kept as the start of
   // a line).
   bool TakeLine(std::string_view& line);
+  // The line put together in partial_, as `line`; partial_ is then empty.
+  void TakePartial(std::string_view& line);
   // Reads what the stream holds (waiting for at least a byte); false at the end of the input.
   bool Refill();
 
