@@ -1,9 +1,5 @@
 // Reading and writing rasters through GDAL. Nothing of GDAL leaves this file.
 
-#include <cpl_conv.h>
-#include <cpl_error.h>
-#include <cpl_string.h>
-#include <gdal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #if defined(__SSE2__)
@@ -19,30 +15,14 @@
 #include <string>
 #include <vector>
 
+#include "GdalLibrary.h"
 #include "ScanInternal.h"
 #include "VxScan.h"
 
 namespace {
 
-// GDAL's block cache, unless GDAL_CACHEMAX says otherwise.
-constexpr GIntBig kCacheBytes = GIntBig{128} << 20;
-
-// GDAL's drivers are registered once per process; GDAL guards the registration itself.
-void RegisterDrivers() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    GDALAllRegister();
-    // GDAL caches blocks up to 5 % of the memory by default; the windows of a scan are read
-    // once or twice each, so a smaller cache keeps resampling a large scan within bounds.
-    // GDAL_CACHEMAX in the environment still decides where it is set.
-    if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr) == nullptr) GDALSetCacheMax64(kCacheBytes);
-    // The scan library reports its own errors; GDAL's go into the messages, not to stderr.
-    CPLSetErrorHandler(CPLQuietErrorHandler);
-  });
-}
-
 std::string LastGdalError() {
-  const char* text = CPLGetLastErrorMsg();
+  const char* text = Gdal().CPLGetLastErrorMsg();
   return (text != nullptr && *text != '\0') ? std::string(text) : std::string("GDAL failed");
 }
 
@@ -53,6 +33,8 @@ std::string Quoted(const std::string& path) {
 }  // namespace
 
 struct TVxScanImage::TImpl {
+  // First, so that a GDAL that cannot be loaded stops the construction before anything else.
+  const TGdalLibrary& gdal = Gdal();
   std::string path;
   GDALDatasetH dataset = nullptr;
   int width = 0;
@@ -64,29 +46,29 @@ struct TVxScanImage::TImpl {
   std::mutex mutex;
 
   ~TImpl() {
-    if (dataset != nullptr) GDALClose(dataset);
+    if (dataset != nullptr) gdal.GDALClose(dataset);
   }
 };
 
 TVxScanImage::TVxScanImage(const std::string& path) : impl_(new TImpl) {
-  RegisterDrivers();
+  const TGdalLibrary& gdal = impl_->gdal;
   impl_->path = path;
-  CPLErrorReset();
-  impl_->dataset = GDALOpen(path.c_str(), GA_ReadOnly);
+  gdal.CPLErrorReset();
+  impl_->dataset = gdal.GDALOpen(path.c_str(), GA_ReadOnly);
   if (impl_->dataset == nullptr) {
     const std::string reason = LastGdalError();
     delete impl_;
     throw TVxScanError("cannot read the raster " + Quoted(path) + ": " + reason);
   }
-  impl_->width = GDALGetRasterXSize(impl_->dataset);
-  impl_->height = GDALGetRasterYSize(impl_->dataset);
-  impl_->bands = GDALGetRasterCount(impl_->dataset);
+  impl_->width = gdal.GDALGetRasterXSize(impl_->dataset);
+  impl_->height = gdal.GDALGetRasterYSize(impl_->dataset);
+  impl_->bands = gdal.GDALGetRasterCount(impl_->dataset);
   if (impl_->bands < 1 || impl_->width < 1 || impl_->height < 1) {
     delete impl_;
     throw TVxScanError("the raster " + Quoted(path) + " holds no image");
   }
   impl_->greyBands = impl_->bands >= 3 ? 3 : 1;
-  const GDALDataType type = GDALGetRasterDataType(GDALGetRasterBand(impl_->dataset, 1));
+  const GDALDataType type = gdal.GDALGetRasterDataType(gdal.GDALGetRasterBand(impl_->dataset, 1));
   impl_->bits = type == GDT_Byte ? 8 : 16;
 }
 
@@ -124,6 +106,7 @@ const std::string& TVxScanImage::Path() const {
 }
 
 TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
+  const TGdalLibrary& gdal = impl_->gdal;
   const int x1 = std::max(x, 0);
   const int y1 = std::max(y, 0);
   const int x2 = std::min(x + width, impl_->width);
@@ -149,12 +132,12 @@ TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
     std::vector<std::uint16_t> samples16(bytes ? 0 : raster.pixels.size());
     {
       std::lock_guard<std::mutex> lock(impl_->mutex);
-      CPLErrorReset();
+      gdal.CPLErrorReset();
       void* target =
           bytes ? static_cast<void*>(samples8.data()) : static_cast<void*>(samples16.data());
-      if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
-                       raster.height, target, raster.width, raster.height,
-                       bytes ? GDT_Byte : GDT_UInt16, 0, 0) != CE_None)
+      if (gdal.GDALRasterIO(gdal.GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1,
+                            raster.width, raster.height, target, raster.width, raster.height,
+                            bytes ? GDT_Byte : GDT_UInt16, 0, 0) != CE_None)
         readFailed();
     }
     for (std::size_t i = 0; i < raster.pixels.size(); ++i)
@@ -165,10 +148,10 @@ TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
   std::lock_guard<std::mutex> lock(impl_->mutex);
   for (int b = 1; b <= impl_->greyBands; ++b) {
     float* target = b == 1 ? raster.pixels.data() : band.data();
-    CPLErrorReset();
-    if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
-                     raster.height, target, raster.width, raster.height, GDT_Float32, 0,
-                     0) != CE_None)
+    gdal.CPLErrorReset();
+    if (gdal.GDALRasterIO(gdal.GDALGetRasterBand(impl_->dataset, b), GF_Read, x1, y1, raster.width,
+                          raster.height, target, raster.width, raster.height, GDT_Float32, 0,
+                          0) != CE_None)
       readFailed();
     if (b > 1)
       for (std::size_t i = 0; i < band.size(); ++i) raster.pixels[i] += band[i];
@@ -178,9 +161,9 @@ TVxRaster TVxScanImage::ReadWindow(int x, int y, int width, int height) const {
   return raster;
 }
 
-TVxRaster TVxScanImage::ReadWindowBytes(int x, int y, int width, int height,
-                                        std::size_t padBytes,
+TVxRaster TVxScanImage::ReadWindowBytes(int x, int y, int width, int height, std::size_t padBytes,
                                         std::vector<std::uint8_t>* samples) const {
+  const TGdalLibrary& gdal = impl_->gdal;
   TVxRaster raster;
   samples->clear();
   if (impl_->bits != 8 || impl_->greyBands != 1) return raster;
@@ -197,10 +180,10 @@ TVxRaster TVxScanImage::ReadWindowBytes(int x, int y, int width, int height,
       static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.height) + padBytes,
       0);
   std::lock_guard<std::mutex> lock(impl_->mutex);
-  CPLErrorReset();
-  if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
-                   raster.height, samples->data(), raster.width, raster.height, GDT_Byte, 0,
-                   0) != CE_None)
+  gdal.CPLErrorReset();
+  if (gdal.GDALRasterIO(gdal.GDALGetRasterBand(impl_->dataset, 1), GF_Read, x1, y1, raster.width,
+                        raster.height, samples->data(), raster.width, raster.height, GDT_Byte, 0,
+                        0) != CE_None)
     throw TVxScanError("cannot read the raster " + Quoted(impl_->path) + " at (" +
                        std::to_string(x1) + ", " + std::to_string(y1) + "): " + LastGdalError());
   return raster;
@@ -291,7 +274,6 @@ std::string ReserveTemporaryName(const std::string& path) {
 
 void WriteRaster(const std::string& path, const TVxRaster& raster,
                  const TVxRasterWriteOptions& options) {
-  RegisterDrivers();
   const auto fail = [&](const std::string& reason) {
     throw TVxScanError("cannot write the raster " + Quoted(path) + ": " + reason);
   };
@@ -302,13 +284,14 @@ void WriteRaster(const std::string& path, const TVxRaster& raster,
   if (options.bits != 8 && options.bits != 16)
     fail("bits must be 8 or 16, not " + std::to_string(options.bits));
   if (options.format == TVxRasterFormat::Jpeg && options.bits != 8) fail("JPEG holds 8 bits only");
-  GDALDriverH driver = GDALGetDriverByName(DriverName(options.format));
-  GDALDriverH memory = GDALGetDriverByName("MEM");
+  const TGdalLibrary& gdal = Gdal();
+  GDALDriverH driver = gdal.GDALGetDriverByName(DriverName(options.format));
+  GDALDriverH memory = gdal.GDALGetDriverByName("MEM");
   if (driver == nullptr || memory == nullptr) fail("GDAL has no driver for the format");
 
   const GDALDataType type = options.bits == 8 ? GDT_Byte : GDT_UInt16;
   const double top = options.bits == 8 ? 255.0 : 65535.0;
-  GDALDatasetH source = GDALCreate(memory, "", raster.width, raster.height, 1, type, nullptr);
+  GDALDatasetH source = gdal.GDALCreate(memory, "", raster.width, raster.height, 1, type, nullptr);
   if (source == nullptr) fail(LastGdalError());
   std::vector<double> row(static_cast<std::size_t>(raster.width));
   CPLErr error = CE_None;
@@ -318,11 +301,11 @@ void WriteRaster(const std::string& path, const TVxRaster& raster,
       row[static_cast<std::size_t>(x)] =
           std::isfinite(value) ? std::clamp(std::round(value), 0.0, top) : 0.0;
     }
-    error = GDALRasterIO(GDALGetRasterBand(source, 1), GF_Write, 0, y, raster.width, 1, row.data(),
-                         raster.width, 1, GDT_Float64, 0, 0);
+    error = gdal.GDALRasterIO(gdal.GDALGetRasterBand(source, 1), GF_Write, 0, y, raster.width, 1,
+                              row.data(), raster.width, 1, GDT_Float64, 0, 0);
   }
   if (error != CE_None) {
-    GDALClose(source);
+    gdal.GDALClose(source);
     fail(LastGdalError());
   }
 
@@ -330,35 +313,35 @@ void WriteRaster(const std::string& path, const TVxRaster& raster,
   const std::string tile = std::to_string(options.tileSize);
   const std::string quality = std::to_string(options.jpegQuality);
   if (options.format == TVxRasterFormat::Tiff || options.format == TVxRasterFormat::BigTiff) {
-    creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+    creation = gdal.CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
     if (options.format == TVxRasterFormat::BigTiff)
-      creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
+      creation = gdal.CSLSetNameValue(creation, "BIGTIFF", "YES");
     if (options.tiled) {
-      creation = CSLSetNameValue(creation, "TILED", "YES");
-      creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
-      creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+      creation = gdal.CSLSetNameValue(creation, "TILED", "YES");
+      creation = gdal.CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+      creation = gdal.CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
     }
   } else if (options.format == TVxRasterFormat::Jpeg) {
-    creation = CSLSetNameValue(creation, "QUALITY", quality.c_str());
+    creation = gdal.CSLSetNameValue(creation, "QUALITY", quality.c_str());
   }
 
   const std::string temporary = ReserveTemporaryName(path);
   if (temporary.empty()) {
-    CSLDestroy(creation);
-    GDALClose(source);
+    gdal.CSLDestroy(creation);
+    gdal.GDALClose(source);
     fail("cannot create a temporary file beside it");
   }
-  CPLErrorReset();
+  gdal.CPLErrorReset();
   GDALDatasetH written =
-      GDALCreateCopy(driver, temporary.c_str(), source, FALSE, creation, nullptr, nullptr);
-  CSLDestroy(creation);
-  GDALClose(source);
+      gdal.GDALCreateCopy(driver, temporary.c_str(), source, FALSE, creation, nullptr, nullptr);
+  gdal.CSLDestroy(creation);
+  gdal.GDALClose(source);
   std::string reason;
   if (written == nullptr) {
     reason = LastGdalError();
   } else {
-    GDALClose(written);
-    if (CPLGetLastErrorType() >= CE_Failure) reason = LastGdalError();
+    gdal.GDALClose(written);
+    if (gdal.CPLGetLastErrorType() >= CE_Failure) reason = LastGdalError();
   }
   // Side files that a driver may leave (PNG and JPEG write none with these options).
   const std::string auxiliary = temporary + ".aux.xml";
@@ -374,6 +357,8 @@ void WriteRaster(const std::string& path, const TVxRaster& raster,
 namespace vxscan {
 
 struct TRasterFileWriter::TImpl {
+  // First, so that a GDAL that cannot be loaded stops the construction before anything else.
+  const TGdalLibrary& gdal = Gdal();
   std::string path;
   std::string temporary;
   GDALDatasetH dataset = nullptr;
@@ -385,47 +370,48 @@ struct TRasterFileWriter::TImpl {
 TRasterFileWriter::TRasterFileWriter(const std::string& path, int width, int height, int bits,
                                      int tileSize, const double geoTransform[6], bool compress)
     : impl_(new TImpl) {
-  RegisterDrivers();
+  const TGdalLibrary& gdal = impl_->gdal;
   impl_->path = path;
   impl_->bits = bits;
   const auto fail = [&](const std::string& reason) {
     const std::string message = "cannot write the raster " + Quoted(path) + ": " + reason;
-    if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+    if (impl_->dataset != nullptr) gdal.GDALClose(impl_->dataset);
     if (!impl_->temporary.empty()) std::remove(impl_->temporary.c_str());
     delete impl_;
     throw TVxScanError(message);
   };
-  GDALDriverH driver = GDALGetDriverByName("GTiff");
+  GDALDriverH driver = gdal.GDALGetDriverByName("GTiff");
   if (driver == nullptr) fail("GDAL has no GTiff driver");
   impl_->temporary = ReserveTemporaryName(path);
   if (impl_->temporary.empty()) fail("cannot create a temporary file beside it");
   const double bytes = static_cast<double>(width) * height * (bits / 8);
   const std::string tile = std::to_string(tileSize);
   char** creation = nullptr;
-  creation = CSLSetNameValue(creation, "TILED", "YES");
-  creation = CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
-  creation = CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
-  if (compress) creation = CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
+  creation = gdal.CSLSetNameValue(creation, "TILED", "YES");
+  creation = gdal.CSLSetNameValue(creation, "BLOCKXSIZE", tile.c_str());
+  creation = gdal.CSLSetNameValue(creation, "BLOCKYSIZE", tile.c_str());
+  if (compress) creation = gdal.CSLSetNameValue(creation, "COMPRESS", "DEFLATE");
   // Classic TIFF ends at 4 GB; deflate rarely doubles a scan, so BigTIFF from 2 GB on.
-  if (bytes > 2.0e9) creation = CSLSetNameValue(creation, "BIGTIFF", "YES");
-  CPLErrorReset();
-  impl_->dataset = GDALCreate(driver, impl_->temporary.c_str(), width, height, 1,
-                              bits == 8 ? GDT_Byte : GDT_UInt16, creation);
-  CSLDestroy(creation);
+  if (bytes > 2.0e9) creation = gdal.CSLSetNameValue(creation, "BIGTIFF", "YES");
+  gdal.CPLErrorReset();
+  impl_->dataset = gdal.GDALCreate(driver, impl_->temporary.c_str(), width, height, 1,
+                                   bits == 8 ? GDT_Byte : GDT_UInt16, creation);
+  gdal.CSLDestroy(creation);
   if (impl_->dataset == nullptr) fail(LastGdalError());
   double transform[6];
   std::copy(geoTransform, geoTransform + 6, transform);
-  GDALSetGeoTransform(impl_->dataset, transform);
+  gdal.GDALSetGeoTransform(impl_->dataset, transform);
 }
 
 TRasterFileWriter::~TRasterFileWriter() {
   if (impl_ == nullptr) return;
-  if (impl_->dataset != nullptr) GDALClose(impl_->dataset);
+  if (impl_->dataset != nullptr) impl_->gdal.GDALClose(impl_->dataset);
   if (!impl_->committed) std::remove(impl_->temporary.c_str());
   delete impl_;
 }
 
 void TRasterFileWriter::Write(const TVxRaster& tile) {
+  const TGdalLibrary& gdal = impl_->gdal;
   if (tile.width < 1 || tile.height < 1) return;
   // Rounded half away from zero and clamped, as std::round and std::clamp would, without a
   // branch a sample (the loops vectorise): c - trunc(c) is exact for a float, and NaN gives 0.
@@ -465,18 +451,19 @@ void TRasterFileWriter::Write(const TVxRaster& tile) {
   }
   void* values = bytes ? static_cast<void*>(values8.data()) : static_cast<void*>(values16.data());
   std::lock_guard<std::mutex> lock(impl_->mutex);
-  CPLErrorReset();
-  if (GDALRasterIO(GDALGetRasterBand(impl_->dataset, 1), GF_Write, tile.x0, tile.y0, tile.width,
-                   tile.height, values, tile.width, tile.height, bytes ? GDT_Byte : GDT_UInt16, 0,
-                   0) != CE_None)
+  gdal.CPLErrorReset();
+  if (gdal.GDALRasterIO(gdal.GDALGetRasterBand(impl_->dataset, 1), GF_Write, tile.x0, tile.y0,
+                        tile.width, tile.height, values, tile.width, tile.height,
+                        bytes ? GDT_Byte : GDT_UInt16, 0, 0) != CE_None)
     throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
 }
 
 void TRasterFileWriter::Commit() {
-  CPLErrorReset();
-  GDALClose(impl_->dataset);
+  const TGdalLibrary& gdal = impl_->gdal;
+  gdal.CPLErrorReset();
+  gdal.GDALClose(impl_->dataset);
   impl_->dataset = nullptr;
-  if (CPLGetLastErrorType() >= CE_Failure)
+  if (gdal.CPLGetLastErrorType() >= CE_Failure)
     throw TVxScanError("cannot write the raster " + Quoted(impl_->path) + ": " + LastGdalError());
   std::remove((impl_->temporary + ".aux.xml").c_str());
   if (std::rename(impl_->temporary.c_str(), impl_->path.c_str()) != 0)
