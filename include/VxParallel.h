@@ -23,10 +23,33 @@
 // wait for the next call; they end with the pool. The calling thread works on every call as
 // well, so a call on `threads` threads uses threads - 1 workers.
 //
-// One call runs at a time: a second thread calling Run waits until the first call has ended.
-// A task must not call Run of its own pool (it would wait for itself).
+// One call runs at a time: a second thread calling Run or Start waits until the first call has
+// ended. A task must not call Run or Start of its own pool (it would wait for itself).
 class VXPARALLEL_EXPORT TVxWorkerPool {
  public:
+  // A call started on the workers while its caller does something else (reads the next input,
+  // writes the last results), finished by Finish or, failing that, by the destructor. Only
+  // the thread that started it finishes it.
+  class VXPARALLEL_EXPORT TCall {
+   public:
+    TCall() = default;
+    TCall(TCall&& other) noexcept;
+    TCall& operator=(TCall&& other) noexcept;
+    TCall(const TCall&) = delete;
+    TCall& operator=(const TCall&) = delete;
+    // Finishes the call, dropping a task's exception (call Finish to see it).
+    ~TCall();
+
+    // The calling thread takes the tasks no worker has taken yet, then waits for the others;
+    // the first exception a task threw is rethrown here. Nothing to do once finished.
+    void Finish();
+
+   private:
+    friend class TVxWorkerPool;
+    explicit TCall(TVxWorkerPool* pool) : pool_(pool) {}
+    TVxWorkerPool* pool_ = nullptr;  // the pool of a call not yet finished
+  };
+
   // At most this many threads work on one call; larger requests are cut to it.
   static constexpr int kMaxThreads = 64;
 
@@ -42,6 +65,13 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
   void Run(std::size_t tasks, int threads, void (*task)(std::size_t k, void* context),
            void* context);
 
+  // Run without waiting: the tasks go to up to threads - 1 workers at once and the call
+  // returns; TCall::Finish has the calling thread join in and waits for the end. On one thread
+  // the tasks all run in Finish, on the calling thread. Whatever the tasks touch must stay
+  // unchanged until Finish has returned.
+  TCall Start(std::size_t tasks, int threads, void (*task)(std::size_t k, void* context),
+              void* context);
+
   // The worker threads this pool has started so far (they are reused from call to call).
   std::size_t WorkersStarted() const;
 
@@ -51,6 +81,8 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
  private:
   void Work(std::size_t worker);
   void Drain();
+  // The end of a started call: Drain, wait for the workers, release the call.
+  void FinishCall();
 
   // Serialises the calls of Run.
   std::mutex callMutex_;
@@ -71,13 +103,25 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
   std::exception_ptr error_;
 };
 
+// The function that calls a Body given as the context of a task.
+template <class Body>
+void VxRunBody(std::size_t k, void* context) {
+  (*static_cast<const Body*>(context))(k);
+}
+
 // Runs body(k) for k = 0 .. tasks-1 on `pool`, as TVxWorkerPool::Run: a lambda or any other
 // callable instead of a function and its context.
 template <class Body>
 void RunTasks(TVxWorkerPool& pool, std::size_t tasks, int threads, const Body& body) {
-  pool.Run(
-      tasks, threads, [](std::size_t k, void* context) { (*static_cast<const Body*>(context))(k); },
-      const_cast<void*>(static_cast<const void*>(&body)));
+  pool.Run(tasks, threads, &VxRunBody<Body>, const_cast<void*>(static_cast<const void*>(&body)));
+}
+
+// TVxWorkerPool::Start with a callable; `body` must live until the call is finished.
+template <class Body>
+TVxWorkerPool::TCall StartTasks(TVxWorkerPool& pool, std::size_t tasks, int threads,
+                                const Body& body) {
+  return pool.Start(tasks, threads, &VxRunBody<Body>,
+                    const_cast<void*>(static_cast<const void*>(&body)));
 }
 
 // The batch call of `transform` on n points cut into contiguous chunks of at least

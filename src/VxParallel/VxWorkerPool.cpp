@@ -27,8 +27,14 @@ std::size_t TVxWorkerPool::WorkersStarted() const {
 
 void TVxWorkerPool::Run(std::size_t tasks, int threads, void (*task)(std::size_t, void*),
                         void* context) {
-  if (tasks == 0) return;
-  const std::lock_guard<std::mutex> call(callMutex_);
+  Start(tasks, threads, task, context).Finish();
+}
+
+TVxWorkerPool::TCall TVxWorkerPool::Start(std::size_t tasks, int threads,
+                                          void (*task)(std::size_t, void*), void* context) {
+  if (tasks == 0) return TCall();
+  // Held until FinishCall: the next call waits for this one to end.
+  callMutex_.lock();
   const auto helpers = std::min(static_cast<std::size_t>(ThreadsFor(threads)) - 1, tasks - 1);
   {
     std::unique_lock<std::mutex> lock(mutex_);
@@ -51,6 +57,10 @@ void TVxWorkerPool::Run(std::size_t tasks, int threads, void (*task)(std::size_t
     ++generation_;
   }
   wake_.notify_all();
+  return TCall(this);
+}
+
+void TVxWorkerPool::FinishCall() {
   Drain();
   std::exception_ptr error;
   {
@@ -61,7 +71,36 @@ void TVxWorkerPool::Run(std::size_t tasks, int threads, void (*task)(std::size_t
     context_ = nullptr;
     error = std::exchange(error_, nullptr);
   }
+  callMutex_.unlock();
   if (error) std::rethrow_exception(error);
+}
+
+TVxWorkerPool::TCall::TCall(TCall&& other) noexcept : pool_(std::exchange(other.pool_, nullptr)) {}
+
+TVxWorkerPool::TCall& TVxWorkerPool::TCall::operator=(TCall&& other) noexcept {
+  if (this != &other) {
+    try {
+      Finish();
+    } catch (...) {
+      // Dropped, as by the destructor.
+    }
+    pool_ = std::exchange(other.pool_, nullptr);
+  }
+  return *this;
+}
+
+TVxWorkerPool::TCall::~TCall() {
+  try {
+    Finish();
+  } catch (...) {
+    // A destructor must not throw; Finish is where a caller sees the task's exception.
+  }
+}
+
+void TVxWorkerPool::TCall::Finish() {
+  if (pool_ == nullptr) return;
+  TVxWorkerPool* pool = std::exchange(pool_, nullptr);
+  pool->FinishCall();
 }
 
 void TVxWorkerPool::Drain() {

@@ -177,6 +177,84 @@ TEST(TVxWorkerPool, CallsFromSeveralThreads_EachGetTheirOwnResults) {
   EXPECT_EQ(good.load(), kCallers * kRounds);
 }
 
+// Tasks that count their runs, by index.
+struct TCountingTasks {
+  explicit TCountingTasks(std::size_t n) : runs(n) {}
+  void operator()(std::size_t k) const { runs[k] += 1; }
+  bool EachRanOnce() const {
+    return std::all_of(runs.begin(), runs.end(), [](const auto& r) { return r == 1; });
+  }
+  int Total() const {
+    int total = 0;
+    for (const auto& r : runs) total += r;
+    return total;
+  }
+  mutable std::vector<std::atomic<int>> runs;
+};
+
+TEST(TVxWorkerPool, StartedCall_RunsEveryTaskOnceWhileTheCallerWorksAndEndsInFinish) {
+  TVxWorkerPool pool;
+  for (int threads : kThreadCounts) {
+    const TCountingTasks tasks(1000);
+    TVxWorkerPool::TCall call = StartTasks(pool, tasks.runs.size(), threads, tasks);
+    // The caller's own work meanwhile (what the tool does: read and write).
+    std::vector<double> work(10000);
+    for (std::size_t i = 0; i < work.size(); ++i) work[i] = std::sqrt(static_cast<double>(i));
+    call.Finish();
+    EXPECT_TRUE(tasks.EachRanOnce()) << threads << " threads";
+    EXPECT_DOUBLE_EQ(work[9], 3.0);
+    call.Finish();  // nothing left to finish
+    EXPECT_TRUE(tasks.EachRanOnce()) << threads << " threads";
+  }
+}
+
+TEST(TVxWorkerPool, StartedCallOnOneThread_RunsNothingUntilFinish) {
+  TVxWorkerPool pool;
+  const TCountingTasks tasks(50);
+  TVxWorkerPool::TCall call = StartTasks(pool, tasks.runs.size(), 1, tasks);
+  EXPECT_EQ(tasks.Total(), 0);
+  call.Finish();
+  EXPECT_TRUE(tasks.EachRanOnce());
+  EXPECT_EQ(pool.WorkersStarted(), 0u);
+}
+
+TEST(TVxWorkerPool, StartedCall_RethrowsInFinishAndTheDestructorFinishesAForgottenOne) {
+  TVxWorkerPool pool;
+  const auto throwing = [](std::size_t k) {
+    if (k == 3) throw std::runtime_error("task 3");
+  };
+  TVxWorkerPool::TCall call = StartTasks(pool, 16, 4, throwing);
+  EXPECT_THROW(call.Finish(), std::runtime_error);
+
+  // Not finished: the destructor waits for the tasks (and drops the exception), and the pool
+  // takes the next call.
+  const TCountingTasks forgotten(500);
+  {
+    const TVxWorkerPool::TCall dropped = StartTasks(pool, forgotten.runs.size(), 3, forgotten);
+    TVxWorkerPool::TCall alsoThrows = StartTasks(pool, 0, 3, throwing);  // no tasks: no call
+    alsoThrows.Finish();
+  }
+  EXPECT_TRUE(forgotten.EachRanOnce());
+  const TCountingTasks next(100);
+  RunTasks(pool, next.runs.size(), 3, next);
+  EXPECT_TRUE(next.EachRanOnce());
+}
+
+TEST(TVxWorkerPool, StartedCall_MovedFinishesOnceAndAssignedOverFinishesTheOld) {
+  TVxWorkerPool pool;
+  const TCountingTasks first(200), second(200);
+  TVxWorkerPool::TCall call = StartTasks(pool, first.runs.size(), 2, first);
+  TVxWorkerPool::TCall moved = std::move(call);
+  call.Finish();  // moved from: finishes nothing
+  moved.Finish();
+  EXPECT_TRUE(first.EachRanOnce());
+  // Assigning a new call over one not finished: the old ends first (the pool runs one call at a
+  // time, so it must end before the new one can start).
+  TVxWorkerPool::TCall held = StartTasks(pool, first.runs.size(), 2, second);
+  held = TVxWorkerPool::TCall();
+  EXPECT_TRUE(second.EachRanOnce());
+}
+
 TEST(TVxWorkerPool, ThreadsFor_ZeroMeansEveryCoreAndLargeRequestsAreCut) {
   EXPECT_GE(TVxWorkerPool::ThreadsFor(0), 1);
   EXPECT_EQ(TVxWorkerPool::ThreadsFor(3), 3);

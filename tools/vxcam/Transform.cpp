@@ -24,9 +24,9 @@ namespace {
 using TPoint = vec_t_<double, 2>;
 
 // Points are mapped in batches of this many, or fewer where the input pauses. The lines of a
-// batch are parsed, and their results formatted, in tasks of kLinesPerTask lines on the pool of
-// the process (VxCamThreads.h); only reading the lines and writing the texts is left to one
-// thread.
+// batch are parsed, mapped and their results formatted in tasks of kLinesPerTask lines on the
+// pool of the process (VxCamThreads.h), while the thread that reads writes the batch before and
+// reads the next: reading and writing overlap the work of the pool instead of waiting for it.
 constexpr std::size_t kBatch = 16384;
 constexpr std::size_t kLinesPerTask = 1024;
 
@@ -37,7 +37,7 @@ constexpr std::size_t kLinesPerTask = 1024;
 // error with where they came from; the command then ends with the invalid-content status.
 // What the writer writes: the names of the input's and the output's systems in JSON, the
 // decimals, the radius of the calibrated field (0: none known), and the threads that parse, map
-// and format a large batch (0: every core).
+// and format a batch (0: every core).
 struct TWriterSetup {
   const char* inputKey = "camera";
   const char* outputKey = "mm";
@@ -58,7 +58,9 @@ class TPointWriter {
  public:
   TPointWriter(const TPointChain& chain, const TWriterSetup& setup, TIo& io, bool json,
                TPointSource source)
-      : chain_(chain), setup_(setup), io_(io), json_(json), source_(source) {}
+      : chain_(chain), setup_(setup), io_(io), json_(json), source_(source) {
+    for (TBatch& batch : batches_) batch.writer = this;
+  }
 
   // A point given as an argument.
   void AddPoint(const TPoint& p) {
@@ -68,38 +70,24 @@ class TPointWriter {
     Add(entry);
   }
 
-  // A line of standard input (without its line end), parsed when its batch is written.
+  // A line of standard input (without its line end), parsed with its batch.
   void AddLine(std::string_view line) {
+    std::string& text = Filling().text;
     TEntry entry;
-    entry.begin = text_.size();
-    text_.append(line);
-    entry.end = text_.size();
+    entry.begin = text.size();
+    text.append(line);
+    entry.end = text.size();
     Add(entry);
   }
 
-  // Parses, maps and writes what was added; the output stream is flushed, so that a reader
-  // waiting for the result of a line gets it before the next line is read. A line that is not a
-  // point is refused (TContentError) once the lines before it are written.
+  // Maps and writes everything added; the output stream is flushed, so that a reader waiting for
+  // the result of a line gets it before the next line is read. A line that is not a point is
+  // refused (TContentError) once the lines before it are written; nothing after it is written.
   void Flush() {
-    const std::size_t n = entries_.size();
-    ParseLines();
-    std::size_t good = 0;
-    while (good < n && entries_[good].line.kind != TLineKind::NotAPoint) ++good;
-    in_.resize(good);
-    for (std::size_t i = 0; i < good; ++i) in_[i] = entries_[i].line.point;
-    out_.resize(good);
-    MapPoints(*chain_.map, in_.data(), out_.data(), good, setup_.threads);
-    FindCameraPoints();
-    FormatResults();
-    WriteResults();
-    const std::string refused = good < n ? NotAPoint(good) : std::string();
-    number_ += n;
-    entries_.clear();
-    text_.clear();
-    io_.out.flush();
-    // Standard output that fails (a full disk, /dev/full) stops the run here, not at the end.
-    CheckOutput(io_);
-    if (!refused.empty()) throw TContentError(refused);
+    Submit();
+    TBatch& last = Mapping();
+    last.call.Finish();
+    Write(last);
   }
 
   // Writes what is left and ends the JSON document; the status of the whole run. A line that
@@ -123,11 +111,11 @@ class TPointWriter {
   }
 
   // Where the next line added comes from, for its messages.
-  std::string WhereNext() const { return Where(entries_.size()); }
+  std::string WhereNext() const { return Where(added_ + 1); }
 
  private:
-  // A point or line of the batch: its text in text_ (lines only), what it holds, where its
-  // result starts in the text of its task, and its distance from the symmetry point where it
+  // A point or line of a batch: its text in the batch's text (lines only), what it holds, where
+  // its result starts in the text of its task, and its distance from the symmetry point where it
   // lies outside the calibrated field (else 0).
   struct TEntry {
     std::size_t begin = 0, end = 0;
@@ -136,76 +124,114 @@ class TPointWriter {
     double outside = 0.0;
   };
 
+  // A batch on its way: filled by the reading thread, then mapped on the pool while the next is
+  // filled, then written. Index i of in, out and camera belongs to entry i.
+  struct TBatch {
+    TPointWriter* writer = nullptr;
+    std::uint64_t first = 1;  // the number of its first entry
+    std::vector<TEntry> entries;
+    std::string text;
+    std::vector<TPoint> in, out, camera;
+    // A task's results as text, and where its points end: at its first line that is not a
+    // point, else after its last line.
+    std::vector<std::string> taskText;
+    std::vector<std::size_t> taskEnd;
+    // Last, so that it is destroyed first: a call not yet finished ends before what it uses.
+    TVxWorkerPool::TCall call;
+  };
+
+  // batches_[filling_] takes the lines read; the other is mapping or empty.
+  TBatch& Filling() { return batches_[filling_]; }
+  TBatch& Mapping() { return batches_[1 - filling_]; }
+
   void Add(const TEntry& entry) {
-    entries_.push_back(entry);
-    if (entries_.size() == kBatch) Flush();
+    TBatch& batch = Filling();
+    if (batch.entries.empty()) batch.first = added_ + 1;
+    batch.entries.push_back(entry);
+    ++added_;
+    if (batch.entries.size() == kBatch) Submit();
+  }
+
+  // Ends the mapping batch's call, starts the filled batch's on the pool and writes the mapping
+  // batch meanwhile; the written batch then takes the next lines.
+  void Submit() {
+    TBatch& filled = Filling();
+    TBatch& previous = Mapping();
+    previous.call.Finish();
+    if (!filled.entries.empty() && !refused_) Start(filled);
+    filling_ = 1 - filling_;
+    Write(previous);
   }
 
   static std::size_t TasksFor(std::size_t n) { return (n + kLinesPerTask - 1) / kLinesPerTask; }
 
-  // body(task, first, last) for the entries [first, last) of a task of n entries.
-  template <class Body>
-  static void RunTask(std::size_t task, std::size_t n, const Body& body) {
-    body(task, task * kLinesPerTask, std::min(n, (task + 1) * kLinesPerTask));
+  // The end of a task's lines: the next task's first line, or the batch's end.
+  static std::size_t TaskLast(const TBatch& b, std::size_t task) {
+    return std::min(b.entries.size(), (task + 1) * kLinesPerTask);
   }
 
-  // RunTask for each task of n entries, on the pool.
-  template <class Body>
-  void ForEachTask(std::size_t n, const Body& body) {
-    RunTasks(WorkerPool(), TasksFor(n), setup_.threads,
-             [&](std::size_t task) { RunTask(task, n, body); });
+  void Start(TBatch& batch) {
+    const std::size_t n = batch.entries.size();
+    batch.in.resize(n);
+    batch.out.resize(n);
+    batch.camera.resize(CameraPointsWanted() ? n : 0);
+    batch.taskText.resize(TasksFor(n));
+    batch.taskEnd.resize(TasksFor(n));
+    batch.call = WorkerPool().Start(
+        TasksFor(n), setup_.threads,
+        [](std::size_t task, void* context) {
+          auto& b = *static_cast<TBatch*>(context);
+          b.writer->MapTask(b, task);
+        },
+        &batch);
   }
 
-  // RunTask for each task of n entries, one after the other on this thread.
-  template <class Body>
-  static void ForEachTaskInOrder(std::size_t n, const Body& body) {
-    for (std::size_t task = 0; task < TasksFor(n); ++task) RunTask(task, n, body);
+  // Where the points lie in the camera system is wanted for the calibrated field, and must be
+  // mapped where neither the input nor the output is in it.
+  bool CameraPointsWanted() const {
+    return setup_.calibratedRadius > 0.0 && !chain_.outputIsCamera && chain_.toCamera;
   }
 
-  void ParseLines() {
-    if (source_ != TPointSource::StandardInput) return;
-    ForEachTask(entries_.size(), [&](std::size_t, std::size_t first, std::size_t last) {
-      for (std::size_t i = first; i < last; ++i) {
-        entries_[i].line = ParsePointLine(Line(entries_[i]));
-      }
-    });
-  }
-
-  // Where the points lie in the camera system, for the calibrated field.
-  void FindCameraPoints() {
-    camera_.clear();
-    if (!(setup_.calibratedRadius > 0.0)) return;
-    if (chain_.outputIsCamera) {
-      camera_ = out_;
-    } else if (chain_.toCamera) {
-      camera_.resize(in_.size());
-      MapPoints(*chain_.toCamera, in_.data(), camera_.data(), in_.size(), setup_.threads);
-    } else {
-      camera_ = in_;
+  // Task `task` of a batch: its lines parsed up to the first that is not a point, their points
+  // mapped (one batch call, so each with the bits of the one-point call) and formatted.
+  void MapTask(TBatch& b, std::size_t task) const {
+    const std::size_t first = task * kLinesPerTask;
+    const std::size_t last = TaskLast(b, task);
+    std::size_t end = first;
+    for (; end < last; ++end) {
+      TPointLine& line = b.entries[end].line;
+      if (source_ == TPointSource::StandardInput) line = ParsePointLine(Line(b, b.entries[end]));
+      if (line.kind == TLineKind::NotAPoint) break;
+      b.in[end] = line.point;
     }
-  }
-
-  void FormatResults() {
-    taskText_.resize(TasksFor(in_.size()));
-    ForEachTask(in_.size(), [&](std::size_t task, std::size_t first, std::size_t last) {
-      std::string& text = taskText_[task];
-      text.clear();
-      for (std::size_t i = first; i < last; ++i) {
-        TEntry& entry = entries_[i];
-        entry.outBegin = text.size();
-        if (entry.line.kind != TLineKind::Point) continue;
-        FormatResult(i, text);
-        entry.outside = OutsideRadius(i);
+    b.taskEnd[task] = end;
+    const std::size_t n = end - first;
+    chain_.map->TransformPoints(b.in.data() + first, b.out.data() + first, n);
+    const TPoint* camera = nullptr;
+    if (setup_.calibratedRadius > 0.0) {
+      camera = chain_.outputIsCamera ? b.out.data() : b.in.data();
+      if (CameraPointsWanted()) {
+        chain_.toCamera->TransformPoints(b.in.data() + first, b.camera.data() + first, n);
+        camera = b.camera.data();
       }
-    });
+    }
+    std::string& text = b.taskText[task];
+    text.clear();
+    for (std::size_t i = first; i < end; ++i) {
+      TEntry& entry = b.entries[i];
+      entry.outBegin = text.size();
+      if (entry.line.kind != TLineKind::Point) continue;
+      FormatResult(b, i, text);
+      entry.outside = camera != nullptr ? OutsideRadius(camera[i]) : 0.0;
+    }
   }
 
   static bool Mapped(const TPoint& q) { return std::isfinite(q.x) && std::isfinite(q.y); }
 
   // The result of point i: its line, or ",\n" and its element of the JSON array.
-  void FormatResult(std::size_t i, std::string& text) const {
-    const TPoint& q = out_[i];
-    const std::string_view rest = entries_[i].line.rest;
+  void FormatResult(const TBatch& b, std::size_t i, std::string& text) const {
+    const TPoint& q = b.out[i];
+    const std::string_view rest = b.entries[i].line.rest;
     if (!json_) {
       if (Mapped(q)) {
         AppendFixed(text, q.x, setup_.decimals);
@@ -222,7 +248,7 @@ class TPointWriter {
       return;
     }
     nlohmann::ordered_json point = {
-        {setup_.inputKey, PointToJson(in_[i])},
+        {setup_.inputKey, PointToJson(b.in[i])},
         {setup_.outputKey,
          Mapped(q) ? PointToJson(q) : nlohmann::ordered_json{{"x", nullptr}, {"y", nullptr}}}};
     if (!rest.empty()) point["rest"] = std::string(rest);
@@ -230,74 +256,104 @@ class TPointWriter {
     Indent(point.dump(2), 4, text);
   }
 
-  // The formatted results in their order, the warnings and errors of a point on standard error
-  // before its result.
-  void WriteResults() {
-    ForEachTaskInOrder(in_.size(), [&](std::size_t task, std::size_t first, std::size_t last) {
-      const std::string& text = taskText_[task];
-      std::size_t written = 0;
-      const auto writeTo = [&](std::size_t end) {
-        io_.out.write(text.data() + written, static_cast<std::streamsize>(end - written));
-        written = end;
-      };
-      for (std::size_t i = first; i < last; ++i) {
-        const TEntry& entry = entries_[i];
-        if (entry.line.kind != TLineKind::Point) continue;
-        const bool outside = entry.outside > 0.0;
-        if (outside) ++outside_;
-        const bool named = outside && outside_ <= kNamedOutsidePoints;
-        const bool mapped = Mapped(out_[i]);
-        const bool opensDocument = json_ && written_ == 0;
-        if (named || !mapped || opensDocument) writeTo(entry.outBegin);
-        if (named) WarnOutside(i, entry.outside);
-        if (!mapped) ReportNotMapped(i);
-        if (opensDocument) {
-          // The first element opens the document instead of following another.
-          io_.out << "{\n  \"points\": [\n";
-          written += 2;
-        }
-        ++written_;
-      }
-      writeTo(text.size());
-    });
-  }
-
-  // The distance of point i from the symmetry point where it lies outside the calibrated field,
-  // else 0.
-  double OutsideRadius(std::size_t i) const {
-    if (camera_.empty()) return 0.0;
-    const double r = (camera_[i] - setup_.symmetryPoint).Length();
+  // The distance of a camera point from the symmetry point where it lies outside the calibrated
+  // field, else 0.
+  double OutsideRadius(const TPoint& camera) const {
+    const double r = (camera - setup_.symmetryPoint).Length();
     return r > setup_.calibratedRadius ? r : 0.0;
   }
 
-  void WarnOutside(std::size_t i, double r) {
+  // The batch's results in their order up to its first line that is not a point, the warnings
+  // and errors of a point on standard error before its result; then that line is refused and
+  // nothing more is written. The batch is emptied.
+  void Write(TBatch& b) {
+    const std::size_t n = b.entries.size();
+    if (n == 0 || refused_) {
+      Clear(b);
+      return;
+    }
+    // Each task's text holds the results up to its end; the first task that ends early ends at
+    // the refused line.
+    std::size_t good = n;
+    for (std::size_t task = 0; task < b.taskEnd.size() && good == n; ++task) {
+      WriteTask(b, task);
+      if (b.taskEnd[task] < TaskLast(b, task)) good = b.taskEnd[task];
+    }
+    io_.out.flush();
+    // Standard output that fails (a full disk, /dev/full) stops the run here, not at the end.
+    CheckOutput(io_);
+    if (good < n) {
+      refused_ = true;
+      const std::string refusal = NotAPoint(b, good);
+      Clear(b);
+      throw TContentError(refusal);
+    }
+    Clear(b);
+  }
+
+  // The text of a task, with the messages of its points.
+  void WriteTask(const TBatch& b, std::size_t task) {
+    const std::string& text = b.taskText[task];
+    std::size_t written = 0;
+    const auto writeTo = [&](std::size_t to) {
+      io_.out.write(text.data() + written, static_cast<std::streamsize>(to - written));
+      written = to;
+    };
+    for (std::size_t i = task * kLinesPerTask; i < b.taskEnd[task]; ++i) {
+      const TEntry& entry = b.entries[i];
+      if (entry.line.kind != TLineKind::Point) continue;
+      const bool outside = entry.outside > 0.0;
+      if (outside) ++outside_;
+      const bool named = outside && outside_ <= kNamedOutsidePoints;
+      const bool mapped = Mapped(b.out[i]);
+      const bool opensDocument = json_ && written_ == 0;
+      if (named || !mapped || opensDocument) writeTo(entry.outBegin);
+      if (named) WarnOutside(Where(b.first + i), entry.outside);
+      if (!mapped) ReportNotMapped(Where(b.first + i), b.in[i]);
+      if (opensDocument) {
+        // The first element opens the document instead of following another.
+        io_.out << "{\n  \"points\": [\n";
+        written += 2;
+      }
+      ++written_;
+    }
+    writeTo(text.size());
+  }
+
+  static void Clear(TBatch& b) {
+    b.entries.clear();
+    b.text.clear();
+  }
+
+  void WarnOutside(const std::string& where, double r) {
     const std::string mm = UnitsCamMmUserTextAbbr();
-    io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << Where(i) << ": "
+    io_.err << "vxcam transform: " << Text("vxcam.text.warning") << ": " << where << ": "
             << Text("vxcam.warning.outside_field") << " (r = " << FormatNumber(r) << ' ' << mm
             << ", " << Text("vxcam.warning.field_ends") << ' '
             << FormatNumber(setup_.calibratedRadius) << ' ' << mm << ")\n";
   }
 
-  void ReportNotMapped(std::size_t i) {
+  void ReportNotMapped(const std::string& where, const TPoint& p) {
     ++unmapped_;
-    io_.err << "vxcam transform: " << Text("vxcam.error.content") << ": " << Where(i) << ": "
-            << Text("vxcam.error.not_mapped") << ' ' << FormatNumber(in_[i].x, 17) << ' '
-            << FormatNumber(in_[i].y, 17) << '\n';
+    io_.err << "vxcam transform: " << Text("vxcam.error.content") << ": " << where << ": "
+            << Text("vxcam.error.not_mapped") << ' ' << FormatNumber(p.x, 17) << ' '
+            << FormatNumber(p.y, 17) << '\n';
   }
 
-  std::string_view Line(const TEntry& entry) const {
-    return std::string_view(text_).substr(entry.begin, entry.end - entry.begin);
+  static std::string_view Line(const TBatch& b, const TEntry& entry) {
+    return std::string_view(b.text).substr(entry.begin, entry.end - entry.begin);
   }
 
-  std::string Where(std::size_t i) const {
-    const std::string number = std::to_string(number_ + i);
-    return source_ == TPointSource::StandardInput ? "<stdin>:" + number
-                                                  : Text("vxcam.text.point") + ' ' + number;
+  // "<stdin>:N" or "point N" for the entry numbered `number` (from 1).
+  std::string Where(std::uint64_t number) const {
+    return source_ == TPointSource::StandardInput
+               ? "<stdin>:" + std::to_string(number)
+               : Text("vxcam.text.point") + ' ' + std::to_string(number);
   }
 
-  std::string NotAPoint(std::size_t i) const {
-    return Where(i) + ": " + Text("vxcam.error.not_a_point") + " '" +
-           std::string(Line(entries_[i])) + "'";
+  std::string NotAPoint(const TBatch& b, std::size_t i) const {
+    return Where(b.first + i) + ": " + Text("vxcam.error.not_a_point") + " '" +
+           std::string(Line(b, b.entries[i])) + "'";
   }
 
   static void Indent(const std::string& text, std::size_t spaces, std::string& out) {
@@ -313,17 +369,14 @@ class TPointWriter {
   TIo& io_;
   bool json_;
   TPointSource source_;
-  // The batch: its entries, the text of its lines, and the number of its first entry.
-  std::vector<TEntry> entries_;
-  std::string text_;
-  std::uint64_t number_ = 1;
-  // The points of the batch up to the first that is not one, their results, where they lie in
-  // the camera system, and the text of each task's results.
-  std::vector<TPoint> in_, out_, camera_;
-  std::vector<std::string> taskText_;
+  std::uint64_t added_ = 0;  // entries added so far
   std::uint64_t written_ = 0;
   std::uint64_t unmapped_ = 0;
   std::uint64_t outside_ = 0;
+  bool refused_ = false;  // a line was refused: nothing more is written
+  // Last, so that their calls end before anything they use is destroyed.
+  TBatch batches_[2];
+  std::size_t filling_ = 0;
 };
 
 void PointsFromArguments(const std::vector<double>& coordinates, TPointWriter& writer) {

@@ -17,9 +17,4 @@ void AddThreadsOption(CLI::App& app, int& threads) {
       ->check(CLI::Range(0, TVxWorkerPool::kMaxThreads));
 }
 
-std::size_t MapPoints(const TVx2DTransform& transform, const vec_t_<double, 2>* in,
-                      vec_t_<double, 2>* out, std::size_t n, int threads) {
-  return TransformPointsInChunks(WorkerPool(), transform, in, out, n, threads, kMinPointsPerChunk);
-}
-
 }  // namespace vxcam
