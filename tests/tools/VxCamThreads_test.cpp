@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "VxCamApp.h"
 #include "VxCamCommands.h"
 #include "VxCamThreads.h"
@@ -12,6 +14,8 @@
 namespace {
 
 const std::string kFormula = VX_SOURCE_DIR "/examples/cameras/rc10_formula.yaml";
+// A radial table, whose calibrated field ends inside the frame's corners.
+const std::string kRadial = VX_SOURCE_DIR "/examples/cameras/rc10_radial.yaml";
 
 // More than two full batches and an odd remainder, so that batches of every size are mapped.
 constexpr int kLines = 2 * 16384 + 1001;
@@ -27,24 +31,79 @@ std::string ManyPoints() {
   return input;
 }
 
-std::string TransformText(const vxcam::TArgs& args, const std::string& input) {
+// What the tool writes to standard output and to standard error.
+struct TOutput {
+  std::string out, err;
+};
+
+TOutput Transform(const vxcam::TArgs& args, const std::string& input) {
   std::istringstream in(input);
   std::ostringstream out, err;
   vxcam::TIo io{in, out, err};
   EXPECT_EQ(vxcam::RunTransform(args, io), vxcam::kExitSuccess) << err.str();
-  return out.str();
+  return {out.str(), err.str()};
+}
+
+std::string TransformText(const vxcam::TArgs& args, const std::string& input) {
+  return Transform(args, input).out;
+}
+
+// The input with `line` inserted as line number `number`.
+std::string WithLine(std::string input, int number, const std::string& line) {
+  std::size_t at = 0;
+  for (int n = 1; n < number; ++n) at = input.find('\n', at) + 1;
+  input.insert(at, line + '\n');
+  return input;
 }
 
 TEST(VxCamThreads, Transform_AnyThreadCount_WritesWhatOneThreadWrites) {
   const std::string input = ManyPoints();
-  for (const bool inverse : {false, true}) {
-    vxcam::TArgs args{kFormula, "--precision", "17", "--threads", "1"};
-    if (inverse) args.push_back("--inverse");
-    const std::string one = TransformText(args, input);
-    ASSERT_EQ(std::count(one.begin(), one.end(), '\n'), kLines);
-    for (const char* threads : {"2", "3", "8", "0"}) {
-      args[4] = threads;
-      EXPECT_EQ(TransformText(args, input), one) << threads << " threads, inverse " << inverse;
+  for (const std::string& camera : {kFormula, kRadial}) {
+    for (const bool inverse : {false, true}) {
+      vxcam::TArgs args{camera, "--precision", "17", "--threads", "1"};
+      if (inverse) args.push_back("--inverse");
+      const TOutput one = Transform(args, input);
+      ASSERT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), kLines);
+      // The radial table's corners lie outside its calibrated field: warnings, the first ten
+      // naming their lines, in order.
+      if (camera == kRadial) {
+        ASSERT_NE(one.err.find("<stdin>:"), std::string::npos);
+      }
+      for (const char* threads : {"2", "3", "8", "0"}) {
+        args[4] = threads;
+        const TOutput many = Transform(args, input);
+        EXPECT_EQ(many.out, one.out)
+            << camera << ", " << threads << " threads, inverse " << inverse;
+        EXPECT_EQ(many.err, one.err)
+            << camera << ", " << threads << " threads, inverse " << inverse;
+      }
+    }
+  }
+}
+
+TEST(VxCamThreads, Transform_BadLineInTheFirstBatch_StopsThereThoughLaterBatchesWereRead) {
+  // Batches after the bad line's have been read, and one is mapped on the pool while the bad
+  // line's batch is written: none of their results may follow.
+  constexpr int kBadLine = 100;
+  const std::string input = WithLine(ManyPoints(), kBadLine, "3 four");
+  for (const char* threads : {"1", "2", "3"}) {
+    for (const bool json : {false, true}) {
+      vxcam::TArgs args{kFormula, "--threads", threads};
+      if (json) args.push_back("--json");
+      std::istringstream in(input);
+      std::ostringstream out, err;
+      vxcam::TIo io{in, out, err};
+      EXPECT_EQ(vxcam::RunTransform(args, io), vxcam::kExitInvalidContent);
+      const std::string written = out.str();
+      const std::string where = "<stdin>:" + std::to_string(kBadLine) + ": ";
+      EXPECT_NE(err.str().find(where), std::string::npos) << err.str();
+      if (json) {
+        // The document ends after the last good point.
+        const auto document = nlohmann::json::parse(written);
+        EXPECT_EQ(document.at("points").size(), std::size_t{kBadLine - 1}) << threads;
+      } else {
+        EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kBadLine - 1) << threads;
+      }
     }
   }
 }
@@ -52,11 +111,8 @@ TEST(VxCamThreads, Transform_AnyThreadCount_WritesWhatOneThreadWrites) {
 TEST(VxCamThreads, Transform_BadLineInALaterBatch_WritesTheLinesBeforeItAndNamesIt) {
   // Lines are parsed a batch at a time, after they are read: a bad line deep in the input still
   // stops the output just before it.
-  std::string input = ManyPoints();
-  std::size_t at = 0;
   constexpr int kBadLine = kLines - 500;
-  for (int line = 1; line < kBadLine; ++line) at = input.find('\n', at) + 1;
-  input.insert(at, "3 four\n");
+  const std::string input = WithLine(ManyPoints(), kBadLine, "3 four");
   for (const char* threads : {"1", "2"}) {
     std::istringstream in(input);
     std::ostringstream out, err;
