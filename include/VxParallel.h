@@ -24,7 +24,8 @@
 // well, so a call on `threads` threads uses threads - 1 workers.
 //
 // One call runs at a time: a second thread calling Run or Start waits until the first call has
-// ended. A task must not call Run or Start of its own pool (it would wait for itself).
+// ended. A task must not call Run or Start of its own pool, nor may a thread start a call before
+// finishing the one it started (either would wait for itself).
 class VXPARALLEL_EXPORT TVxWorkerPool {
  public:
   // A call started on the workers while its caller does something else (reads the next input,
@@ -84,7 +85,7 @@ class VXPARALLEL_EXPORT TVxWorkerPool {
   // The end of a started call: Drain, wait for the workers, release the call.
   void FinishCall();
 
-  // Serialises the calls of Run.
+  // Serialises the calls: held from Start until the call is finished.
   std::mutex callMutex_;
   // Guards everything below.
   mutable std::mutex mutex_;
@@ -123,6 +124,11 @@ TVxWorkerPool::TCall StartTasks(TVxWorkerPool& pool, std::size_t tasks, int thre
   return pool.Start(tasks, threads, &VxRunBody<Body>,
                     const_cast<void*>(static_cast<const void*>(&body)));
 }
+
+// A temporary would be gone before the tasks run.
+template <class Body>
+TVxWorkerPool::TCall StartTasks(TVxWorkerPool& pool, std::size_t tasks, int threads,
+                                const Body&& body) = delete;
 
 // The batch call of `transform` on n points cut into contiguous chunks of at least
 // `minChunk` points, rounded up to a multiple of 8 (so that two threads never write the same

@@ -7,6 +7,8 @@
 #include <limits>
 #include <stdexcept>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "VxCameraMath.h"
@@ -253,6 +255,21 @@ TEST(TVxWorkerPool, StartedCall_MovedFinishesOnceAndAssignedOverFinishesTheOld) 
   TVxWorkerPool::TCall held = StartTasks(pool, first.runs.size(), 2, second);
   held = TVxWorkerPool::TCall();
   EXPECT_TRUE(second.EachRanOnce());
+}
+
+// Whether StartTasks takes a body of this kind (a temporary would be gone before its tasks run).
+template <class Body, class = void>
+struct TStartTasksTakes : std::false_type {};
+template <class Body>
+struct TStartTasksTakes<Body, std::void_t<decltype(StartTasks(std::declval<TVxWorkerPool&>(), 1, 1,
+                                                              std::declval<Body>()))>>
+    : std::true_type {};
+
+TEST(TVxWorkerPool, StartTasks_TakesANamedBodyAndRefusesATemporary) {
+  EXPECT_TRUE(TStartTasksTakes<const TCountingTasks&>::value);
+  EXPECT_TRUE(TStartTasksTakes<TCountingTasks&>::value);
+  EXPECT_FALSE(TStartTasksTakes<TCountingTasks>::value);
+  EXPECT_FALSE(TStartTasksTakes<const TCountingTasks&&>::value);
 }
 
 TEST(TVxWorkerPool, ThreadsFor_ZeroMeansEveryCoreAndLargeRequestsAreCut) {
