@@ -156,11 +156,6 @@ class TInPoolTask {
   bool outer_;
 };
 
-void RunBody(std::size_t k, void* context) {
-  const TInPoolTask inTask;
-  (*static_cast<const std::function<void(int)>*>(context))(static_cast<int>(k));
-}
-
 }  // namespace
 
 void ParallelFor(int count, int threads, const std::function<void(int)>& body) {
@@ -169,8 +164,10 @@ void ParallelFor(int count, int threads, const std::function<void(int)>& body) {
     for (int i = 0; i < count; ++i) body(i);
     return;
   }
-  ScanPool().Run(static_cast<std::size_t>(count), workers, &RunBody,
-                 const_cast<std::function<void(int)>*>(&body));
+  RunTasks(ScanPool(), static_cast<std::size_t>(count), workers, [&body](std::size_t k) {
+    const TInPoolTask inTask;
+    body(static_cast<int>(k));
+  });
 }
 
 }  // namespace vxscan

@@ -126,6 +126,24 @@ TEST(VxCamThreads, Transform_BadLineInALaterBatch_WritesTheLinesBeforeItAndNames
   }
 }
 
+TEST(VxCamThreads, Transform_TooLongLineAfterFullBatches_WritesEveryLineBeforeIt) {
+  // The reader refuses the line while one batch is mapped on the pool and another is filling:
+  // both are still written before the refusal.
+  constexpr int kLongLine = 2 * 16384 + 300;
+  const std::string input = WithLine(ManyPoints(), kLongLine, std::string(70000, '1'));
+  for (const char* threads : {"1", "2"}) {
+    std::istringstream in(input);
+    std::ostringstream out, err;
+    vxcam::TIo io{in, out, err};
+    EXPECT_EQ(vxcam::RunTransform({kFormula, "--threads", threads}, io),
+              vxcam::kExitInvalidContent);
+    const std::string written = out.str();
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kLongLine - 1) << threads;
+    EXPECT_NE(err.str().find("<stdin>:" + std::to_string(kLongLine) + ": "), std::string::npos)
+        << err.str();
+  }
+}
+
 TEST(VxCamThreads, Transform_LargeInput_StartsTheWorkersOnceAndReusesThem) {
   const std::string input = ManyPoints();
   const std::size_t before = vxcam::WorkerPool().WorkersStarted();

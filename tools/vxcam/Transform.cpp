@@ -59,7 +59,7 @@ class TPointWriter {
   TPointWriter(const TPointChain& chain, const TWriterSetup& setup, TIo& io, bool json,
                TPointSource source)
       : chain_(chain), setup_(setup), io_(io), json_(json), source_(source) {
-    for (TBatch& batch : batches_) batch.writer = this;
+    for (TBatch& batch : batches_) batch.tasks = {this, &batch};
   }
 
   // A point given as an argument.
@@ -127,7 +127,12 @@ class TPointWriter {
   // A batch on its way: filled by the reading thread, then mapped on the pool while the next is
   // filled, then written. Index i of in, out and camera belongs to entry i.
   struct TBatch {
-    TPointWriter* writer = nullptr;
+    // Task k of the batch, as the pool runs it.
+    struct TTasks {
+      const TPointWriter* writer = nullptr;
+      TBatch* batch = nullptr;
+      void operator()(std::size_t k) const { writer->MapTask(*batch, k); }
+    } tasks;
     std::uint64_t first = 1;  // the number of its first entry
     std::vector<TEntry> entries;
     std::string text;
@@ -177,13 +182,7 @@ class TPointWriter {
     batch.camera.resize(CameraPointsWanted() ? n : 0);
     batch.taskText.resize(TasksFor(n));
     batch.taskEnd.resize(TasksFor(n));
-    batch.call = WorkerPool().Start(
-        TasksFor(n), setup_.threads,
-        [](std::size_t task, void* context) {
-          auto& b = *static_cast<TBatch*>(context);
-          b.writer->MapTask(b, task);
-        },
-        &batch);
+    batch.call = StartTasks(WorkerPool(), TasksFor(n), setup_.threads, batch.tasks);
   }
 
   // Where the points lie in the camera system is wanted for the calibrated field, and must be
