@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <sstream>
 #include <string>
 
@@ -36,12 +37,24 @@ struct TOutput {
   std::string out, err;
 };
 
-TOutput Transform(const vxcam::TArgs& args, const std::string& input) {
+// Runs the tool, which must exit with `exit`.
+TOutput Transform(const vxcam::TArgs& args, const std::string& input,
+                  vxcam::TExitStatus exit = vxcam::kExitSuccess) {
   std::istringstream in(input);
   std::ostringstream out, err;
   vxcam::TIo io{in, out, err};
-  EXPECT_EQ(vxcam::RunTransform(args, io), vxcam::kExitSuccess) << err.str();
+  EXPECT_EQ(vxcam::RunTransform(args, io), exit) << err.str();
   return {out.str(), err.str()};
+}
+
+// The lines written.
+std::ptrdiff_t Lines(const std::string& text) {
+  return std::count(text.begin(), text.end(), '\n');
+}
+
+// Where an error about line `number` of standard input starts.
+std::string AtLine(int number) {
+  return "<stdin>:" + std::to_string(number) + ": ";
 }
 
 std::string TransformText(const vxcam::TArgs& args, const std::string& input) {
@@ -56,6 +69,17 @@ std::string WithLine(std::string input, int number, const std::string& line) {
   return input;
 }
 
+// On one thread and on two, the tool refuses `input` at line `refused`: it writes every line
+// before it and names it.
+void ExpectRefusedAt(const std::string& input, int refused) {
+  for (const char* threads : {"1", "2"}) {
+    const TOutput output =
+        Transform({kFormula, "--threads", threads}, input, vxcam::kExitInvalidContent);
+    EXPECT_EQ(Lines(output.out), refused - 1) << threads;
+    EXPECT_NE(output.err.find(AtLine(refused)), std::string::npos) << output.err;
+  }
+}
+
 TEST(VxCamThreads, Transform_AnyThreadCount_WritesWhatOneThreadWrites) {
   const std::string input = ManyPoints();
   for (const std::string& camera : {kFormula, kRadial}) {
@@ -63,7 +87,7 @@ TEST(VxCamThreads, Transform_AnyThreadCount_WritesWhatOneThreadWrites) {
       vxcam::TArgs args{camera, "--precision", "17", "--threads", "1"};
       if (inverse) args.push_back("--inverse");
       const TOutput one = Transform(args, input);
-      ASSERT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), kLines);
+      ASSERT_EQ(Lines(one.out), kLines);
       // The radial table's corners lie outside its calibrated field: warnings, the first ten
       // naming their lines, in order.
       if (camera == kRadial) {
@@ -90,19 +114,14 @@ TEST(VxCamThreads, Transform_BadLineInTheFirstBatch_StopsThereThoughLaterBatches
     for (const bool json : {false, true}) {
       vxcam::TArgs args{kFormula, "--threads", threads};
       if (json) args.push_back("--json");
-      std::istringstream in(input);
-      std::ostringstream out, err;
-      vxcam::TIo io{in, out, err};
-      EXPECT_EQ(vxcam::RunTransform(args, io), vxcam::kExitInvalidContent);
-      const std::string written = out.str();
-      const std::string where = "<stdin>:" + std::to_string(kBadLine) + ": ";
-      EXPECT_NE(err.str().find(where), std::string::npos) << err.str();
+      const TOutput refused = Transform(args, input, vxcam::kExitInvalidContent);
+      EXPECT_NE(refused.err.find(AtLine(kBadLine)), std::string::npos) << refused.err;
       if (json) {
         // The document ends after the last good point.
-        const auto document = nlohmann::json::parse(written);
+        const auto document = nlohmann::json::parse(refused.out);
         EXPECT_EQ(document.at("points").size(), std::size_t{kBadLine - 1}) << threads;
       } else {
-        EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kBadLine - 1) << threads;
+        EXPECT_EQ(Lines(refused.out), kBadLine - 1) << threads;
       }
     }
   }
@@ -113,17 +132,7 @@ TEST(VxCamThreads, Transform_BadLineInALaterBatch_WritesTheLinesBeforeItAndNames
   // stops the output just before it.
   constexpr int kBadLine = kLines - 500;
   const std::string input = WithLine(ManyPoints(), kBadLine, "3 four");
-  for (const char* threads : {"1", "2"}) {
-    std::istringstream in(input);
-    std::ostringstream out, err;
-    vxcam::TIo io{in, out, err};
-    EXPECT_EQ(vxcam::RunTransform({kFormula, "--threads", threads}, io),
-              vxcam::kExitInvalidContent);
-    const std::string written = out.str();
-    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kBadLine - 1) << threads;
-    EXPECT_NE(err.str().find("<stdin>:" + std::to_string(kBadLine) + ": "), std::string::npos)
-        << err.str();
-  }
+  ExpectRefusedAt(input, kBadLine);
 }
 
 TEST(VxCamThreads, Transform_TooLongLineAfterFullBatches_WritesEveryLineBeforeIt) {
@@ -131,17 +140,7 @@ TEST(VxCamThreads, Transform_TooLongLineAfterFullBatches_WritesEveryLineBeforeIt
   // both are still written before the refusal.
   constexpr int kLongLine = 2 * 16384 + 300;
   const std::string input = WithLine(ManyPoints(), kLongLine, std::string(70000, '1'));
-  for (const char* threads : {"1", "2"}) {
-    std::istringstream in(input);
-    std::ostringstream out, err;
-    vxcam::TIo io{in, out, err};
-    EXPECT_EQ(vxcam::RunTransform({kFormula, "--threads", threads}, io),
-              vxcam::kExitInvalidContent);
-    const std::string written = out.str();
-    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kLongLine - 1) << threads;
-    EXPECT_NE(err.str().find("<stdin>:" + std::to_string(kLongLine) + ": "), std::string::npos)
-        << err.str();
-  }
+  ExpectRefusedAt(input, kLongLine);
 }
 
 TEST(VxCamThreads, Transform_LargeInput_StartsTheWorkersOnceAndReusesThem) {
